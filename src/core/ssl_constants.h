@@ -1,0 +1,22 @@
+// Numeric constants of the localisation algorithms, each named once.
+#pragma once
+
+namespace ezossl {
+
+// The library's value of pi, truncated on purpose; results depend on it.
+constexpr double kSslPi = 3.1415926;
+
+// Speed of sound in air: 331.0 + 0.6 * temperature (degrees Celsius), in m/s.
+constexpr double kSoundSpeedAtZero = 331.0;
+constexpr double kSoundSpeedPerDegree = 0.6;
+
+// Defaults stored by Init and Reset.
+constexpr unsigned kDefaultTemperature = 25;
+constexpr int kDefaultLevelThresholdDb = -80;
+constexpr int kDefaultDirectionFrameNum = 32;
+
+// Level threshold range in dB.
+constexpr int kLevelThresholdMinDb = -80;
+constexpr int kLevelThresholdMaxDb = 0;
+
+}  // namespace ezossl

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the build into a scratch prefix, then builds and runs a consumer through the CMake
+# package (shared and static) and through pkg-config.
+set -euo pipefail
+build_dir=$1
+work=$2
+cmake=$3
+here=$(cd "$(dirname "$0")" && pwd)
+
+rm -rf "$work"
+mkdir -p "$work"
+prefix="$work/prefix"
+"$cmake" --install "$build_dir" --prefix "$prefix" >/dev/null
+
+for name in include/ezossl.h lib/libezossl.a lib/libezossl.so lib/pkgconfig/ezossl.pc lib/cmake/ezossl/ezosslConfig.cmake; do
+  found=$(find "$prefix" -path "*${name#*/}" -print -quit)
+  [ -n "$found" ] || { echo "missing after install: $name"; exit 1; }
+done
+
+for target in ezossl::ezossl ezossl::ezossl_static; do
+  out="$work/cmake-${target##*::}"
+  "$cmake" -S "$here/consumer" -B "$out" -DCMAKE_PREFIX_PATH="$prefix" -DEZOSSL_TARGET="$target" >/dev/null
+  "$cmake" --build "$out" >/dev/null
+  LD_LIBRARY_PATH="$(dirname "$(find "$prefix" -name libezossl.so -print -quit)")" "$out/consumer"
+done
+
+pc_dir=$(dirname "$(find "$prefix" -name ezossl.pc -print -quit)")
+lib_dir=$(dirname "$(find "$prefix" -name libezossl.so -print -quit)")
+# shellcheck disable=SC2046
+cc -std=c99 "$here/consumer/main.c" -o "$work/pkgconfig-consumer" \
+   $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs ezossl)
+LD_LIBRARY_PATH="$lib_dir" "$work/pkgconfig-consumer"

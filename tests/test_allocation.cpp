@@ -1,0 +1,57 @@
+// The library allocates nothing for an instance: Init, Reset and the transforms stay off the heap.
+#include "common/fft.h"
+#include "core/ssl_handle.h"
+#include "counting_malloc.h"
+#include "test_support.h"
+
+namespace ezossl_test {
+namespace {
+
+// Counts the heap calls made by fn; standard output is warmed up first so that its own
+// buffer is not counted.
+HeapCounts HeapCallsOf(const std::function<void()>& fn) {
+    std::printf("%s", "");
+    std::fflush(stdout);
+    ResetHeapCounts();
+    fn();
+    return CurrentHeapCounts();
+}
+
+TEST(Allocation, InitResetAndFreeUseOnlyTheCallersBuffer) {
+    WorkingBuffer buffer;
+    const SslInit init = DefaultInit();
+    const HeapCounts counts = HeapCallsOf([&] {
+        SslHandle* handle = EzoSsl_Init(buffer.data(), &init);
+        EzoSsl_Reset(buffer.data(), &init);
+        EzoSsl_Free(handle);
+    });
+    EXPECT_EQ(counts.allocations, 0u);
+    EXPECT_EQ(counts.frees, 0u);
+}
+
+TEST(Allocation, TransformsAllocateNothing) {
+    WorkingBuffer buffer;
+    SslHandle* handle = InitQuietly(buffer, DefaultInit());
+    const HeapCounts counts = HeapCallsOf([&] {
+        for (int i = 0; i < 10; ++i) {
+            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftForward, handle->fft_buffer, handle->fft_work[0],
+                             handle->fft_work[1]);
+            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->fft_buffer, handle->fft_work[0],
+                             handle->fft_work[1]);
+        }
+    });
+    EXPECT_EQ(counts.allocations, 0u);
+}
+
+TEST(Allocation, ReadingALevelFileReleasesEverythingItAllocates) {
+    TempDir dir;
+    ScopedEnv path("DML_PATH", dir.Write("audioAlgo.json", R"({"debug_level": 1})"));
+    WorkingBuffer buffer;
+    const SslInit init = DefaultInit();
+    const HeapCounts counts = HeapCallsOf([&] { EzoSsl_Init(buffer.data(), &init); });
+    EXPECT_GT(counts.allocations, 0u) << "the file buffer and the JSON document";
+    EXPECT_EQ(counts.allocations, counts.frees);
+}
+
+}  // namespace
+}  // namespace ezossl_test

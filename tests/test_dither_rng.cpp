@@ -1,0 +1,76 @@
+// The per-handle dither source: 20 equally likely gains, reproducible, isolated from rand().
+#include <cstdlib>
+#include <map>
+
+#include "core/dither_rng.h"
+#include "core/ssl_handle.h"
+#include "test_support.h"
+
+namespace ezossl_test {
+namespace {
+
+using ezossl::DitherRng;
+
+TEST(DitherRng, GivesTheTwentyGainsWithEqualProbability) {
+    DitherRng rng{};
+    ezossl::DitherRng_Seed(&rng);
+    constexpr int kDraws = 200000;
+    std::map<float, int> counts;
+    for (int i = 0; i < kDraws; ++i) counts[ezossl::DitherRng_Gain(&rng)]++;
+
+    ASSERT_EQ(counts.size(), 20u);
+    double chi_square = 0.0;
+    const double expected = kDraws / 20.0;
+    int step = 0;
+    for (const auto& [gain, count] : counts) {
+        EXPECT_EQ(gain, static_cast<float>(step / 100.0 + 0.7)) << step;
+        chi_square += (count - expected) * (count - expected) / expected;
+        ++step;
+    }
+    // 19 degrees of freedom: 43.8 is the 0.1 % critical value.
+    EXPECT_LT(chi_square, 43.8);
+}
+
+TEST(DitherRng, SeedRestartsTheSameSequence) {
+    DitherRng a{};
+    DitherRng b{};
+    ezossl::DitherRng_Seed(&a);
+    for (int i = 0; i < 37; ++i) ezossl::DitherRng_Gain(&a);
+    ezossl::DitherRng_Seed(&a);
+    ezossl::DitherRng_Seed(&b);
+    for (int i = 0; i < 1000; ++i) ASSERT_EQ(ezossl::DitherRng_Gain(&a), ezossl::DitherRng_Gain(&b)) << i;
+}
+
+TEST(DitherRng, HandlesAreSeededAlikeAndUnaffectedByRand) {
+    WorkingBuffer first_buffer;
+    WorkingBuffer second_buffer;
+    SslHandle* first = InitQuietly(first_buffer, DefaultInit());
+    std::srand(12345);
+    (void)std::rand();
+    SslHandle* second = InitQuietly(second_buffer, DefaultInit(48000, 3.0f));
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(ezossl::DitherRng_Gain(&first->dither_rng), ezossl::DitherRng_Gain(&second->dither_rng)) << i;
+    }
+    // Reset restarts the sequence.
+    const float after_init = [&] {
+        WorkingBuffer fresh;
+        return ezossl::DitherRng_Gain(&InitQuietly(fresh, DefaultInit())->dither_rng);
+    }();
+    const SslInit init = DefaultInit();
+    CaptureOutput([&] { EzoSsl_Reset(first_buffer.data(), &init); });
+    EXPECT_EQ(ezossl::DitherRng_Gain(&first->dither_rng), after_init);
+}
+
+TEST(DitherRng, BelowHasNoModuloBias) {
+    DitherRng rng{};
+    ezossl::DitherRng_Seed(&rng);
+    // With bound 3 * 2^30 a plain modulo would make 0 .. 2^30 - 1 twice as likely as the rest.
+    constexpr uint32_t kBound = 3u << 30;
+    int low = 0;
+    constexpr int kDraws = 30000;
+    for (int i = 0; i < kDraws; ++i) low += ezossl::DitherRng_Below(&rng, kBound) < (1u << 30) ? 1 : 0;
+    EXPECT_NEAR(low / static_cast<double>(kDraws), 1.0 / 3.0, 0.02);
+}
+
+}  // namespace
+}  // namespace ezossl_test

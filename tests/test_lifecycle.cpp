@@ -1,0 +1,220 @@
+// Sizing, Init/Reset validation and defaults, Free, version reporting and the ignored callback.
+#include <cstring>
+
+#include "core/ssl_handle.h"
+#include "test_support.h"
+
+namespace ezossl_test {
+namespace {
+
+constexpr float kFourDecimals = 5e-5f;
+
+TEST(BufferSize, IsStateAreaPlusFftConfigurationAndIsAnnounced) {
+    uint32_t size = 0;
+    const std::string out = CaptureOutput([&] { size = EzoSsl_GetBufferSize(); });
+    EXPECT_EQ(size, 27936u);
+    EXPECT_EQ(out, "[ALGO_MSG_MSG] [SSL] Working buffer size = 27936 bytes\t\n");
+}
+
+TEST(Init, SucceedsWithVersionAndSizeNotes) {
+    WorkingBuffer buffer;
+    const SslInit init = DefaultInit();
+    SslHandle* handle = nullptr;
+    const std::string out = CaptureOutput([&] { handle = EzoSsl_Init(buffer.data(), &init); });
+    EXPECT_EQ(handle, buffer.handle());
+    EXPECT_EQ(out, InitPreamble());
+}
+
+TEST(Init, NullArgumentsAreRefusedBeforeAnyNote) {
+    WorkingBuffer buffer;
+    const SslInit init = DefaultInit();
+    const struct {
+        SslHandle* (*call)(void*, const SslInit*);
+        const char* message;
+    } cases[] = {
+        {EzoSsl_Init, "[ALGO_MSG_ERR]  [SSL] [Init] Fail! The handle or ssl_init is null!\t\n"},
+        {EzoSsl_Reset, "[ALGO_MSG_ERR]  [SSL] [Reset] Fail! The handle or ssl_init is null!\t\n"},
+    };
+    for (const auto& c : cases) {
+        SslHandle* handle = buffer.handle();
+        EXPECT_EQ(CaptureOutput([&] { handle = c.call(nullptr, &init); }), c.message);
+        EXPECT_EQ(handle, nullptr);
+        EXPECT_EQ(CaptureOutput([&] { handle = c.call(buffer.data(), nullptr); }), c.message);
+        EXPECT_EQ(handle, nullptr);
+    }
+}
+
+struct InvalidInitCase {
+    const char* name;
+    SslInit init;
+    const char* message;
+};
+
+TEST(Init, ValidatesFieldsInFixedOrderAndReportsOnlyTheFirstFailure) {
+    const InvalidInitCase cases[] = {
+        {"point number", {64, 16000, 5.0f, 0, 4}, "[ALGO_MSG_ERR]  [SSL] Fail! The point_number is invalid!\t\n"},
+        {"point number before mic number", {64, 16000, 5.0f, 0, 2},
+         "[ALGO_MSG_ERR]  [SSL] Fail! The point_number is invalid!\t\n"},
+        {"bf_mode", {128, 16000, 5.0f, 2, 4}, "[ALGO_MSG_ERR]  [SSL] Fail! The bf_mode is invalid!\t\n"},
+        {"bf_mode before sample rate", {128, 44100, 5.0f, 7, 4},
+         "[ALGO_MSG_ERR]  [SSL] Fail! The bf_mode is invalid!\t\n"},
+        {"mic number", {128, 16000, 5.0f, 0, 2},
+         "[ALGO_MSG_ERR] [SSL] Fail! This library only support 4 Microphones!!\r\n"},
+        {"sample rate 44100", {128, 44100, 5.0f, 0, 4}, "[ALGO_MSG_ERR]  [SSL]Fail! Error setting sample rate.\t\n"},
+        {"sample rate 0", {128, 0, 5.0f, 0, 4}, "[ALGO_MSG_ERR]  [SSL]Fail! Error setting sample rate.\t\n"},
+    };
+    for (const auto& c : cases) {
+        for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
+            WorkingBuffer buffer;
+            SslHandle* handle = buffer.handle();
+            const std::string out = CaptureOutput([&] { handle = call(buffer.data(), &c.init); });
+            EXPECT_EQ(handle, nullptr) << c.name;
+            EXPECT_EQ(out, InitPreamble() + c.message) << c.name;
+            // The refused buffer is left uninitialised: the next step is refused.
+            const SslConfig config{25, -80, 32};
+            EXPECT_EQ(CaptureOutput([&] { EXPECT_EQ(EzoSsl_Config(buffer.handle(), &config), SSL_RET_INIT_ERROR); }), "");
+        }
+    }
+}
+
+TEST(Init, AcceptsEverySupportedSampleRateAndBothModes) {
+    for (uint32_t rate : {8000u, 16000u, 32000u, 48000u}) {
+        for (uint32_t bf_mode : {0u, 1u}) {
+            WorkingBuffer buffer;
+            const SslInit init = DefaultInit(rate, 5.0f, bf_mode);
+            EXPECT_NE(InitQuietly(buffer, init), nullptr) << rate << " Hz, bf_mode " << bf_mode;
+        }
+    }
+}
+
+TEST(Init, FillsDefaults) {
+    WorkingBuffer buffer;
+    const SslHandle& h = *InitQuietly(buffer, DefaultInit(16000, 5.0f));
+    EXPECT_EQ(std::memcmp(h.handle_magic, "W0Q0", 4), 0);
+    EXPECT_EQ(h.point_number, 128u);
+    EXPECT_EQ(h.sample_rate, 16000u);
+    EXPECT_FLOAT_EQ(h.mic_distance, 0.05f);
+    EXPECT_EQ(h.temperature, 25u);
+    EXPECT_EQ(h.speed_of_sound, 346.0f);
+    EXPECT_EQ(h.level_threshold_db, -80);
+    EXPECT_EQ(h.level_threshold_amplitude, 1u);
+    EXPECT_EQ(h.direction_frame_num, 32);
+    EXPECT_EQ(h.previous_direction_frame_num, 32);
+    EXPECT_EQ(h.voting_reset_pending, 0);
+    EXPECT_EQ(h.array_geometry, 0);
+    EXPECT_EQ(h.ssl_mode, 0u);
+    EXPECT_EQ(h.gain_db, 0);
+    EXPECT_EQ(h.gain_linear, 1.0f);
+    EXPECT_EQ(h.msg_level, 7u);
+    EXPECT_EQ(h.dump_mode, 0);
+    const int32_t gates[10] = {2, 4, 4, 4, 4, 4, 4, 4, 2, 16};
+    for (int k = 0; k < 10; ++k) EXPECT_EQ(h.vote_gate[k], gates[k]) << k;
+    EXPECT_EQ(h.lag_table[0], -128);
+    EXPECT_EQ(h.lag_table[128], 0);
+    EXPECT_EQ(h.lag_table[255], 127);
+    EXPECT_EQ(h.fft.initialised, 1);
+    EXPECT_EQ(h.fft.n, 256);
+    const int32_t flags[7] = {h.init_flag, h.config_flag, h.shape_flag, h.params_flag,
+                              h.run_flag,  h.direction_flag, h.mapping_flag};
+    const int32_t expected_flags[7] = {1, 2, 2, 2, 2, 2, 1};
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(flags[i], expected_flags[i]) << "flag " << i;
+}
+
+TEST(Init, DefaultDelayBoundsFollowTheLinearSpacing) {
+    const struct {
+        float cm;
+        uint32_t rate;
+        int32_t max_delay[3];
+    } cases[] = {
+        {4.0f, 16000, {2, 4, 6}}, {5.0f, 16000, {3, 5, 7}}, {6.0f, 16000, {3, 6, 9}},
+        {4.0f, 48000, {6, 12, 17}}, {4.0f, 8000, {1, 2, 3}}, {0.0f, 16000, {1, 1, 1}},
+    };
+    for (const auto& c : cases) {
+        WorkingBuffer buffer;
+        const SslHandle& h = *InitQuietly(buffer, DefaultInit(c.rate, c.cm));
+        for (int p = 0; p < 3; ++p) EXPECT_EQ(h.max_delay[p], c.max_delay[p]) << c.cm << " cm, " << c.rate << " Hz";
+    }
+}
+
+TEST(Init, DefaultCandidateDelaysAreBoundTimesCosineOfTheCandidateAngle) {
+    WorkingBuffer buffer;
+    const SslHandle& h = *InitQuietly(buffer, DefaultInit(16000, 4.0f));
+    const float row2[9] = {6.0f, 5.5433f, 4.2426f, 2.2961f, 0.0f, -2.2961f, -4.2426f, -5.5433f, -6.0f};
+    for (int k = 0; k < 9; ++k) EXPECT_NEAR(h.candidate_delay[2][k], row2[k], kFourDecimals) << k;
+    // pi is 3.1415926, so broadside is a tiny value, not exactly zero.
+    EXPECT_NE(h.candidate_delay[2][4], 0.0f);
+    EXPECT_EQ(h.candidate_delay[0][0], 2.0f);
+    EXPECT_EQ(h.candidate_delay[1][0], 4.0f);
+}
+
+TEST(Reset, ReturnsAUsedHandleToTheInitialState) {
+    WorkingBuffer buffer;
+    SslHandle* handle = InitAndConfigure(buffer, DefaultInit(16000, 5.0f), 100);
+    handle->run_flag = 1;  // as after a Run
+    handle->vote_count[1][3] = 12;
+    handle->energy_sum = 3.0f;
+
+    const SslInit other = DefaultInit(48000, 4.0f, 1);
+    SslHandle* reset = nullptr;
+    const std::string out = CaptureOutput([&] { reset = EzoSsl_Reset(buffer.data(), &other); });
+    ASSERT_EQ(reset, handle);
+    EXPECT_EQ(out, InitPreamble());
+    EXPECT_EQ(handle->run_flag, 2);
+    EXPECT_EQ(handle->config_flag, 2);
+    EXPECT_EQ(handle->vote_count[1][3], 0);
+    EXPECT_EQ(handle->energy_sum, 0.0f);
+    EXPECT_EQ(handle->direction_frame_num, 32);
+    EXPECT_EQ(handle->sample_rate, 48000u);
+    EXPECT_EQ(handle->bf_mode, 1u);
+    EXPECT_EQ(handle->max_delay[2], 17);
+}
+
+TEST(Reset, RefusedRecordDestroysTheHandle) {
+    WorkingBuffer buffer;
+    SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
+    const SslInit bad = DefaultInit(44100);
+    CaptureOutput([&] { EXPECT_EQ(EzoSsl_Reset(buffer.data(), &bad), nullptr); });
+    SslConfig config{};
+    EXPECT_EQ(CaptureOutput([&] { EXPECT_EQ(EzoSsl_Get_Config(handle, &config), SSL_RET_INIT_ERROR); }), "");
+}
+
+TEST(Free, NullHandleIsRefusedAndAnnounced) {
+    uint32_t status = 0;
+    EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Free(nullptr); }),
+              "[ALGO_MSG_ERR]  [SSL] [Free] Fail! The handle is null!\t\n");
+    EXPECT_EQ(status, SSL_RET_INVALID_HANDLE);
+}
+
+TEST(Free, ReleasesTheFftStateAndMayBeRepeated) {
+    WorkingBuffer buffer;
+    SslHandle* handle = InitQuietly(buffer, DefaultInit());
+    EXPECT_EQ(CaptureOutput([&] { EXPECT_EQ(EzoSsl_Free(handle), SSL_RET_OK); }), "");
+    EXPECT_EQ(handle->fft.initialised, 0);
+    EXPECT_EQ(handle->init_flag, 1);  // Free leaves the flags alone
+    EXPECT_EQ(EzoSsl_Free(handle), SSL_RET_OK);
+    // A freed buffer can be initialised again.
+    EXPECT_NE(InitQuietly(buffer, DefaultInit()), nullptr);
+}
+
+TEST(ApiVersion, IsOnePointFourAndAnnounced) {
+    uint16_t major = 0;
+    uint16_t minor = 0;
+    uint32_t status = 1;
+    const std::string out = CaptureOutput([&] { status = EzoSsl_GetAPIVersion(&major, &minor); });
+    EXPECT_EQ(status, SSL_RET_OK);
+    EXPECT_EQ(major, 1);
+    EXPECT_EQ(minor, 4);
+    EXPECT_EQ(out, "[ALGO_MSG_MSG] SSL_API_VERSION: 1.4\n");
+    CaptureOutput([&] { EXPECT_EQ(EzoSsl_GetAPIVersion(nullptr, nullptr), SSL_RET_OK); });
+}
+
+TEST(CallbackSetter, IsAcceptedAndChangesNothing) {
+    uint32_t status = 1;
+    EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_SetCallbackFunction(1, 2, 0xFFFFFFFFu, 0); }), "");
+    EXPECT_EQ(status, SSL_RET_OK);
+    // Messages still go to standard output afterwards.
+    EXPECT_EQ(CaptureOutput([] { EzoSsl_Free(nullptr); }), "[ALGO_MSG_ERR]  [SSL] [Free] Fail! The handle is null!\t\n");
+}
+
+}  // namespace
+}  // namespace ezossl_test
