@@ -20,7 +20,7 @@ void PlaceLinear(SslHandle* handle) {
 // Clockwise from the negative x axis: angles pi, pi/2, 0, -pi/2. With the truncated pi the
 // ideally zero coordinates come out tiny but non-zero; they are kept as computed.
 void PlaceCircular(SslHandle* handle) {
-    const double radius = handle->mic_distance * 0.5f;
+    const auto radius = static_cast<double>(handle->mic_distance * 0.5f);
     float factor = 1.0f;
     for (Point2& mic : handle->mic_position) {
         const double angle = static_cast<double>(factor) * kSslPi;
