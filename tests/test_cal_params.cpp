@@ -89,20 +89,5 @@ TEST(CalParams, RefusalUncalibratesTheHandle) {
     }
 }
 
-TEST(CalParams, RefusedCalibrationBlocksTheCallsThatNeedIt) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-    handle->run_flag = 1;  // Run has been entered: the tables are frozen
-    ASSERT_EQ(Call([&] { return EzoSsl_Cal_Params(handle); }).status, SSL_RET_RUN_STATE_ERROR);
-
-    const Printed mode = Call([&] { return EzoSsl_SetMode(handle, 0, 90, 45); });
-    EXPECT_EQ(mode.status, SSL_RET_CALL_ORDER_ERROR);
-    EXPECT_EQ(mode.output, "[ALGO_MSG_ERR] [SSL] [SetMode] Fail! Please call EzoSsl_Cal_Params first!\t\n");
-    int16_t block[512] = {};
-    const Printed gain = Call([&] { return EzoSsl_ApplyDigitalGain(handle, block, 0); });
-    EXPECT_EQ(gain.status, SSL_RET_CALL_ORDER_ERROR);
-    EXPECT_EQ(gain.output, "[ALGO_MSG_ERR] [SSL] [ApplyDigitalGain] Fail! Please call EzoSsl_Cal_Params first!\t\n");
-}
-
 }  // namespace
 }  // namespace ezossl_test

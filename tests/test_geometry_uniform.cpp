@@ -7,12 +7,8 @@ namespace ezossl_test {
 namespace {
 
 constexpr float kFourDecimals = 5e-5f;
-// Coordinates are single-precision sums and products of centimetre-sized values.
+// Coordinates are single-precision products of centimetre-sized values.
 constexpr float kCoordinateTolerance = 1e-7f;
-
-constexpr const char* kSetShapeWarning =
-    "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
-    "geometry will be overwrite !\t\n";
 
 TEST(UniformGeometry, MaxDelayFollowsShapeSpacingAndSampleRate) {
     const struct {
@@ -32,36 +28,29 @@ TEST(UniformGeometry, MaxDelayFollowsShapeSpacingAndSampleRate) {
             EXPECT_EQ(handle->max_delay[q], c.max_delay[q])
                 << "geometry " << c.geometry << ", " << c.distance_cm << " cm, " << c.rate << " Hz, pair " << q;
         }
-        EXPECT_EQ(handle->array_geometry, static_cast<int32_t>(c.geometry));
     }
 }
 
-TEST(UniformGeometry, LinearArrayIsCentredOnTheXAxis) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 4.0f), 0);
-    const float x[4] = {-0.06f, -0.02f, 0.02f, 0.06f};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(handle->mic_position[i].x, x[i], kCoordinateTolerance) << i;
-        EXPECT_EQ(handle->mic_position[i].y, 0.0f) << i;
+TEST(UniformGeometry, MicrophonesOfA4cmArray) {
+    const struct {
+        uint32_t geometry;
+        ezossl::Point2 position[4];
+    } cases[] = {
+        {0, {{-0.06f, 0.0f}, {-0.02f, 0.0f}, {0.02f, 0.0f}, {0.06f, 0.0f}}},
+        {1, {{-0.02f, 0.0f}, {0.0f, 0.02f}, {0.02f, 0.0f}, {0.0f, -0.02f}}},  // clockwise from -x
+    };
+    for (const auto& c : cases) {
+        WorkingBuffer buffer;
+        SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 4.0f), c.geometry);
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_NEAR(handle->mic_position[i].x, c.position[i].x, kCoordinateTolerance) << c.geometry << ", " << i;
+            EXPECT_NEAR(handle->mic_position[i].y, c.position[i].y, kCoordinateTolerance) << c.geometry << ", " << i;
+        }
+        if (c.geometry == 1) {
+            // The truncated pi leaves microphone 0 slightly off the axis: r * sin(3.1415926), not 0.
+            EXPECT_NEAR(handle->mic_position[0].y, 1.0718e-9f, 1e-12f);
+        }
     }
-    for (int q = 0; q < 3; ++q) {
-        EXPECT_NEAR(handle->relative_array_pos[q].x, 0.04f * (q + 1), kCoordinateTolerance) << q;
-        EXPECT_EQ(handle->relative_array_pos[q].y, 0.0f) << q;
-    }
-}
-
-TEST(UniformGeometry, CircularArrayRunsClockwiseFromTheNegativeXAxis) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 4.0f), 1);
-    const ezossl::Point2 expected[4] = {{-0.02f, 0.0f}, {0.0f, 0.02f}, {0.02f, 0.0f}, {0.0f, -0.02f}};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(handle->mic_position[i].x, expected[i].x, kCoordinateTolerance) << i;
-        EXPECT_NEAR(handle->mic_position[i].y, expected[i].y, kCoordinateTolerance) << i;
-    }
-    // The truncated pi leaves microphone 0 slightly off the axis: r * sin(3.1415926), not 0.
-    EXPECT_NEAR(handle->mic_position[0].y, 1.0718e-9f, 1e-12f);
-    EXPECT_NEAR(handle->relative_array_pos[0].x, 0.02f, kCoordinateTolerance);
-    EXPECT_NEAR(handle->relative_array_pos[0].y, 0.02f, kCoordinateTolerance);
 }
 
 TEST(UniformGeometry, CircularCandidatesFollowEachPairsAxis) {
@@ -70,9 +59,9 @@ TEST(UniformGeometry, CircularCandidatesFollowEachPairsAxis) {
     const float pair0[9] = {2.8284f, 1.5307f, 0.0f, -1.5307f, -2.8284f, -3.6955f, -4.0f, -3.6955f, -2.8284f};
     for (int k = 0; k < 9; ++k) EXPECT_NEAR(handle->candidate_delay[0][k], pair0[k], kFourDecimals) << k;
 
-    // The pair axes lie at 45, 0 and -45 degrees: entry k is max_delay * cos(axis + k * 22.5 degrees).
+    // The other pairs' axes lie at 0 and -45 degrees: entry k is max_delay * cos(axis + k * 22.5 degrees).
     const double axis_degrees[3] = {45.0, 0.0, -45.0};
-    for (int q = 0; q < 3; ++q) {
+    for (int q = 1; q < 3; ++q) {
         for (int k = 0; k < 9; ++k) {
             const double angle = (axis_degrees[q] + 22.5 * k) * std::acos(-1.0) / 180.0;
             EXPECT_NEAR(handle->candidate_delay[q][k], handle->max_delay[q] * std::cos(angle), kFourDecimals)
@@ -92,57 +81,53 @@ TEST(UniformGeometry, LinearArrayKeepsTheCandidateTableItFound) {
     const GeometrySnapshot circular(handle);
     ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, 0); }).status, SSL_RET_OK);
     EXPECT_EQ(std::memcmp(handle->candidate_delay, circular.candidate_delay, sizeof(circular.candidate_delay)), 0);
-    EXPECT_NE(std::memcmp(handle->max_delay, circular.max_delay, sizeof(circular.max_delay)), 0);
-}
-
-TEST(UniformGeometry, SpeedOfSoundIsTakenWhenTheShapeIsSet) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 4.0f), 0);
-    // At 100 degrees sound travels at 391 m/s: 12 cm take 4.9 samples instead of 5.5.
-    const SslConfig hot{100, -80, 32};
-    ASSERT_EQ(Call([&] { return EzoSsl_Config(handle, &hot); }).status, SSL_RET_OK);
-    EXPECT_EQ(handle->max_delay[2], 6);
-    ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, 0); }).status, SSL_RET_OK);
-    EXPECT_EQ(handle->max_delay[2], 5);
-}
-
-TEST(UniformGeometry, RepeatedCallWarnsAndRecalibrationIsNeeded) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-    const Printed again = Call([&] { return EzoSsl_Set_Shape(handle, 0); });
-    EXPECT_EQ(again.status, SSL_RET_OK);
-    EXPECT_EQ(again.output, kSetShapeWarning);
-    EXPECT_EQ(handle->shape_flag, 1);
-    EXPECT_EQ(handle->params_flag, 2);
 }
 
 TEST(UniformGeometry, InvalidGeometryIsRefusedAndChangesNothing) {
-    const char* refusal =
+    const std::string refusal =
         "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The array_geometry setting is not allow, it should be 0 or 1 !!\r\n";
-    for (uint32_t geometry : {2u, 0xFFFFFFFFu}) {
-        // First shape call: the refusal leaves the handle without a shape.
-        WorkingBuffer fresh_buffer;
-        SslHandle* fresh = InitAndConfigure(fresh_buffer, DefaultInit());
-        const GeometrySnapshot at_init(fresh);
-        Printed refused = Call([&] { return EzoSsl_Set_Shape(fresh, geometry); });
-        EXPECT_EQ(refused.status, SSL_RET_INVALID_GEOMETRY);
-        EXPECT_EQ(refused.output, refusal);
-        EXPECT_EQ(fresh->shape_flag, 0);
-        EXPECT_TRUE(GeometrySnapshot(fresh) == at_init);
-        const Printed cal = Call([&] { return EzoSsl_Cal_Params(fresh); });
-        EXPECT_EQ(cal.status, SSL_RET_CALL_ORDER_ERROR);
-        EXPECT_EQ(cal.output, "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! Please call EzoSsl_Set_Shape first!\t\n");
-
-        // After a calibrated shape: it warns, refuses, and the earlier geometry stays in force.
+    const std::string warning =
+        "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
+        "geometry will be overwrite !\t\n";
+    // A first shape call, and one after a calibrated shape (which stays in force).
+    for (bool calibrated : {false, true}) {
         WorkingBuffer buffer;
-        SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-        const GeometrySnapshot calibrated(handle);
-        refused = Call([&] { return EzoSsl_Set_Shape(handle, geometry); });
+        SslHandle* handle = calibrated ? InitCalibrated(buffer, DefaultInit(), 1) : InitAndConfigure(buffer, DefaultInit());
+        const GeometrySnapshot before(handle);
+        const Printed refused = Call([&] { return EzoSsl_Set_Shape(handle, 2); });
         EXPECT_EQ(refused.status, SSL_RET_INVALID_GEOMETRY);
-        EXPECT_EQ(refused.output, std::string(kSetShapeWarning) + refusal);
-        EXPECT_EQ(handle->shape_flag, 1);
-        EXPECT_EQ(handle->params_flag, 1);
-        EXPECT_TRUE(GeometrySnapshot(handle) == calibrated);
+        EXPECT_EQ(refused.output, calibrated ? warning + refusal : refusal);
+        EXPECT_TRUE(GeometrySnapshot(handle) == before);
+        EXPECT_EQ(handle->shape_flag, calibrated ? 1 : 0);
+        EXPECT_EQ(handle->params_flag, calibrated ? 1 : 2);
+    }
+}
+
+TEST(UniformGeometry, EveryShapeCallAfterAnotherWarnsAndNeedsRecalibration) {
+    const float square[8] = {0, 0, 4, 0, 4, 4, 0, 4};
+    const std::string arbitrary_warning =
+        "[ALGO_MSG_WRN] [SSL] [Set_ArbitraryShape] Warning!You may have called EzoSsl_Set_Shape first. The array "
+        "geometry will be overwrite !\t\n";
+    const std::string shape_warning =
+        "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
+        "geometry will be overwrite !\t\n";
+    WorkingBuffer buffer;
+    SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
+    const struct {
+        std::function<uint32_t()> call;
+        std::string warning;
+    } sequence[] = {
+        {[&] { return EzoSsl_Set_Shape(handle, 1); }, ""},
+        {[&] { return EzoSsl_Set_Shape(handle, 0); }, shape_warning},
+        {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, arbitrary_warning},
+        {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, arbitrary_warning},
+    };
+    for (size_t i = 0; i < std::size(sequence); ++i) {
+        handle->params_flag = 1;
+        const Printed result = Call(sequence[i].call);
+        EXPECT_EQ(result.status, SSL_RET_OK) << i;
+        EXPECT_EQ(result.output, sequence[i].warning) << i;
+        EXPECT_EQ(handle->params_flag, 2) << i;
     }
 }
 

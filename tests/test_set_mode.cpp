@@ -65,32 +65,8 @@ TEST(SetMode, ModeOneStaysUntilModeZeroSucceeds) {
     // An invalid mode is refused before anything is stored.
     EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 2, 90, 45); }).status, SSL_RET_INVALID_MODE);
     EXPECT_EQ(handle->ssl_mode, 1u);
-    // Mode 0 with a bad parameter is stored though refused.
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 0, 181, 45); }).status, SSL_RET_INVALID_MODE);
-    EXPECT_EQ(handle->ssl_mode, 0u);
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 1, 90, 45); }).status, SSL_RET_MODE_NOT_INCLUDED);
     EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 0, 90, 45); }).status, SSL_RET_OK);
     EXPECT_EQ(handle->ssl_mode, 0u);
-}
-
-TEST(SetMode, NotesAndErrorsFollowTheMessageLevel) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-    handle->msg_level = 1;  // errors only
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 0, 90, 45); }).output, "");
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 1, 90, 45); }).output, kNotIncluded);
-    handle->msg_level = 4;  // notes only
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 1, 90, 45); }).output, kUsingAi);
-}
-
-TEST(SetMode, DoesNotNeedARunAndLeavesThePeriodFlagsAlone) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 0);
-    handle->direction_flag = 1;
-    handle->mapping_flag = 2;
-    EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 0, 90, 45); }).status, SSL_RET_OK);
-    EXPECT_EQ(handle->direction_flag, 1);
-    EXPECT_EQ(handle->mapping_flag, 2);
 }
 
 }  // namespace
