@@ -57,7 +57,8 @@ bool Level_IsAboveThreshold(SslHandle* handle) {
     const uint32_t samples = static_cast<uint32_t>(handle->direction_frame_num) << 8;
     handle->energy_sum = handle->energy_sum / static_cast<float>(samples);
     handle->energy_sum = static_cast<float>(10.0 * std::log10(static_cast<double>(handle->energy_sum) + kLevelFloor));
-    return handle->energy_sum > static_cast<float>(handle->level_threshold_db);
+    // Written as "not at or below" so that a NaN level (a voting length of 0) is not refused.
+    return !(handle->energy_sum <= static_cast<float>(handle->level_threshold_db));
 }
 
 int Votes_FindWinners(SslHandle* handle) {
