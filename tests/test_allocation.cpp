@@ -1,4 +1,6 @@
 // The library allocates nothing for an instance: Init, Reset and the transforms stay off the heap.
+#include <vector>
+
 #include "common/fft.h"
 #include "core/ssl_handle.h"
 #include "counting_malloc.h"
@@ -38,6 +40,26 @@ TEST(Allocation, TransformsAllocateNothing) {
                              handle->fft_work[1]);
             ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->fft_buffer, handle->fft_work[0],
                              handle->fft_work[1]);
+        }
+    });
+    EXPECT_EQ(counts.allocations, 0u);
+}
+
+TEST(Allocation, VotingPeriodsAllocateNothing) {
+    WorkingBuffer buffer;
+    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1, 8);
+    std::vector<int16_t> block(512);
+    for (size_t i = 0; i < block.size(); ++i) block[i] = static_cast<int16_t>((i * 7919) % 20000 - 10000);
+    int32_t delays[3];
+    int32_t direction = 0;
+    const HeapCounts counts = HeapCallsOf([&] {
+        for (int period = 0; period < 3; ++period) {
+            for (int f = 0; f < 8; ++f) {
+                EzoSsl_ApplyDigitalGain(handle, block.data(), period);
+                EzoSsl_Run(handle, block.data(), delays);
+            }
+            EzoSsl_Get_Direction(handle, &direction);
+            EzoSsl_Reset_Mapping(handle);
         }
     });
     EXPECT_EQ(counts.allocations, 0u);

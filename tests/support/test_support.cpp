@@ -48,13 +48,42 @@ SslHandle* InitQuietly(WorkingBuffer& buffer, const SslInit& init) {
     return handle;
 }
 
-SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t direction_frame_num) {
+SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t direction_frame_num,
+                            int32_t threshold_db) {
     SslHandle* handle = InitQuietly(buffer, init);
-    const SslConfig config{25, -80, direction_frame_num};
+    const SslConfig config{25, threshold_db, direction_frame_num};
     uint32_t status = 1;
     CaptureOutput([&] { status = EzoSsl_Config(handle, &config); });
     EXPECT_EQ(status, SSL_RET_OK);
     return handle;
+}
+
+namespace {
+
+SslHandle* Calibrate(SslHandle* handle, const std::function<uint32_t()>& set_shape) {
+    uint32_t shape = 1;
+    uint32_t params = 1;
+    CaptureOutput([&] {
+        shape = set_shape();
+        params = EzoSsl_Cal_Params(handle);
+    });
+    EXPECT_EQ(shape, SSL_RET_OK);
+    EXPECT_EQ(params, SSL_RET_OK);
+    return handle;
+}
+
+}  // namespace
+
+SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry,
+                       int32_t direction_frame_num, int32_t threshold_db) {
+    SslHandle* handle = InitAndConfigure(buffer, init, direction_frame_num, threshold_db);
+    return Calibrate(handle, [&] { return EzoSsl_Set_Shape(handle, array_geometry); });
+}
+
+SslHandle* ReadyArbitraryHandle(WorkingBuffer& buffer, const SslInit& init, const float positions_cm[8],
+                                int32_t direction_frame_num, int32_t threshold_db) {
+    SslHandle* handle = InitAndConfigure(buffer, init, direction_frame_num, threshold_db);
+    return Calibrate(handle, [&] { return EzoSsl_Set_ArbitraryShape(handle, positions_cm); });
 }
 
 }  // namespace ezossl_test

@@ -92,7 +92,17 @@ inline std::string InitPreamble() {
 // Init (silently) with the given record; fails the test if Init refuses.
 SslHandle* InitQuietly(WorkingBuffer& buffer, const SslInit& init);
 
-// Init, then Config with the given voting length, temperature 25 and threshold -80.
-SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t direction_frame_num = 32);
+// Init, then Config with temperature 25 and the given voting length and threshold.
+SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t direction_frame_num = 32,
+                            int32_t threshold_db = -80);
+
+// Init, Config (25 degrees, threshold_db, voting length), Set_Shape and Cal_Params, silently;
+// fails the test if any step refuses.
+SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry,
+                       int32_t direction_frame_num = 32, int32_t threshold_db = -80);
+
+// The same with four microphone positions (x, y in cm) through Set_ArbitraryShape.
+SslHandle* ReadyArbitraryHandle(WorkingBuffer& buffer, const SslInit& init, const float positions_cm[8],
+                                int32_t direction_frame_num = 32, int32_t threshold_db = -80);
 
 }  // namespace ezossl_test

@@ -1,0 +1,57 @@
+// Test helpers for handles with a geometry: quiet shape and calibration calls, geometry snapshots.
+#pragma once
+
+#include <cstring>
+
+#include "core/ssl_handle.h"
+#include "test_support.h"
+
+namespace ezossl_test {
+
+// A call's status together with everything it printed.
+struct Printed {
+    uint32_t status;
+    std::string output;
+};
+
+inline Printed Call(const std::function<uint32_t()>& fn) {
+    Printed result{0, ""};
+    result.output = CaptureOutput([&] { result.status = fn(); });
+    return result;
+}
+
+// Init, Config and Set_Shape with the given geometry (0 linear, 1 circular).
+inline SslHandle* InitWithShape(WorkingBuffer& buffer, const SslInit& init, uint32_t geometry) {
+    SslHandle* handle = InitAndConfigure(buffer, init);
+    EXPECT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, geometry); }).status, SSL_RET_OK);
+    return handle;
+}
+
+// As InitWithShape, then Cal_Params: the state Run, SetMode and ApplyDigitalGain need.
+inline SslHandle* InitCalibrated(WorkingBuffer& buffer, const SslInit& init, uint32_t geometry) {
+    SslHandle* handle = InitWithShape(buffer, init, geometry);
+    EXPECT_EQ(Call([&] { return EzoSsl_Cal_Params(handle); }).status, SSL_RET_OK);
+    return handle;
+}
+
+// Every field the shape and calibration calls write, copied for a later comparison.
+struct GeometrySnapshot {
+    ezossl::Point2 mic_position[4];
+    ezossl::Point2 relative_array_pos[3];
+    float plane_projection[2][3];
+    int32_t array_geometry;
+    int32_t max_delay[3];
+    float candidate_delay[3][9];
+
+    explicit GeometrySnapshot(const SslHandle* h) : array_geometry(h->array_geometry) {
+        std::memcpy(mic_position, h->mic_position, sizeof(mic_position));
+        std::memcpy(relative_array_pos, h->relative_array_pos, sizeof(relative_array_pos));
+        std::memcpy(plane_projection, h->plane_projection, sizeof(plane_projection));
+        std::memcpy(max_delay, h->max_delay, sizeof(max_delay));
+        std::memcpy(candidate_delay, h->candidate_delay, sizeof(candidate_delay));
+    }
+    // Bitwise, so that NaN entries compare equal to themselves.
+    bool operator==(const GeometrySnapshot& other) const { return std::memcmp(this, &other, sizeof(*this)) == 0; }
+};
+
+}  // namespace ezossl_test

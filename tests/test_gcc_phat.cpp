@@ -1,0 +1,149 @@
+// Phase-transform correlation: known-answer kernels and delays measured on synthetic frames.
+#include <array>
+
+#include "core/gcc_phat.h"
+#include "core/gcc_phat_internal.h"
+#include "core/frame_input.h"
+#include "core/spectrum.h"
+#include "core/ssl_handle.h"
+#include "signals.h"
+#include "test_support.h"
+
+namespace ezossl_test {
+namespace {
+
+TEST(CorrelationKernels, ExtremesKeepTheFirstOfEqualValues) {
+    constexpr float kTies[] = {1.0f, 3.0f, -2.0f, 3.0f, -2.0f, 0.0f};
+    EXPECT_EQ(ezossl::ArgMax(kTies, 6), 1);
+    EXPECT_EQ(ezossl::ArgMin(kTies, 6), 2);
+    constexpr float kFlat[] = {0.0f, 0.0f, 0.0f};
+    EXPECT_EQ(ezossl::ArgMax(kFlat, 3), 0);
+    EXPECT_EQ(ezossl::ArgMin(kFlat, 3), 0);
+}
+
+TEST(CorrelationKernels, ShiftPutsLagZeroAtTheCentre) {
+    float in[256];
+    float out[256];
+    for (int i = 0; i < 256; ++i) in[i] = static_cast<float>(i);
+    ezossl::FftShift(in, 256, out);
+    EXPECT_EQ(out[0], 128.0f);    // lag -128
+    EXPECT_EQ(out[127], 255.0f);  // lag -1
+    EXPECT_EQ(out[128], 0.0f);    // lag 0
+    EXPECT_EQ(out[255], 127.0f);
+}
+
+TEST(CorrelationKernels, MagnitudeMeanAndPower) {
+    constexpr float kPairs[] = {3.0f, 4.0f, -5.0f, 12.0f, 0.0f, 0.0f};
+    float magnitude[3];
+    ezossl::ComplexMagnitude(kPairs, 6, magnitude);
+    EXPECT_EQ(magnitude[0], 5.0f);
+    EXPECT_EQ(magnitude[1], 13.0f);
+    EXPECT_EQ(magnitude[2], 0.0f);
+    constexpr float kValues[] = {1.0f, 2.0f, 3.0f, 6.0f};
+    EXPECT_EQ(ezossl::Mean(kValues, 4), 3.0f);
+    // sqrt(4 * 0.25 * 32767^2) / 4 = 32767 / 4
+    constexpr float kHalfScale[] = {0.5f, -0.5f, 0.5f, -0.5f};
+    EXPECT_NEAR(ezossl::FramePower(kHalfScale, 4), 32767.0f / 4.0f, 1e-3f);
+}
+
+TEST(CorrelationKernels, NearestCandidatePrefersTheLowestColumnOnTies) {
+    constexpr float kRow[9] = {4.0f, 3.0f, 2.0f, 1.0f, 0.0f, -1.0f, -2.0f, -3.0f, -4.0f};
+    EXPECT_EQ(ezossl::NearestCandidate(kRow, 0), 4);
+    EXPECT_EQ(ezossl::NearestCandidate(kRow, 4), 0);
+    EXPECT_EQ(ezossl::NearestCandidate(kRow, -9), 8);
+    constexpr float kHalfSteps[9] = {3.0f, 1.0f, -1.0f, -3.0f, -5.0f, -7.0f, -9.0f, -11.0f, -13.0f};
+    EXPECT_EQ(ezossl::NearestCandidate(kHalfSteps, 0), 1) << "1.0 and -1.0 are equally near";
+}
+
+// Drives the frame pipeline of bf_mode 0 on one handle, block by block.
+class GccPhatFixture : public testing::Test {
+  protected:
+    void SetUp() override { handle_ = InitQuietly(buffer_, DefaultInit(16000, 5.0f)); }  // bounds 3, 5, 7
+
+    // Feeds every block of the channels; returns the delays of the last one.
+    std::array<int32_t, 3> Feed(const Channels& channels) {
+        std::array<int32_t, 3> delays{};
+        const int blocks = static_cast<int>(channels[0].size()) / kBlockSamples;
+        for (int b = 0; b < blocks; ++b) {
+            const auto block = InterleaveBlock(channels, b);
+            ezossl::InputBlock_Append(handle_, block.data());
+            ezossl::Spectrum_Compute(handle_);
+            ezossl::GccPhat_EstimateDelays(handle_, delays.data());
+        }
+        return delays;
+    }
+
+    WorkingBuffer buffer_;
+    SslHandle* handle_ = nullptr;
+};
+
+TEST_F(GccPhatFixture, WholeSampleShiftsComeBackWithTheOppositeSign) {
+    // Channel p + 1 carries the noise of channel 0 delayed by d samples: it hears it later.
+    for (int d : {-6, -3, -1, 0, 1, 2, 4, 6}) {
+        const int delays[kChannels] = {0, d, d, d};
+        const auto noise = NoiseSource(static_cast<uint64_t>(100 + d)).White(3 * kBlockSamples, 8000.0);
+        const auto got = Feed(ShiftedCopies(noise, delays));
+        for (int p = 0; p < 3; ++p) EXPECT_EQ(got[p], -d) << "shift " << d << " pair " << p;
+    }
+}
+
+TEST_F(GccPhatFixture, AcceptsThreeSamplesBeyondTheBoundButNotFour) {
+    // Pair 0's bound is 3: lags up to 6 either way are accepted, 7 is rejected.
+    const struct {
+        int shift;
+        int32_t expected;
+    } cases[] = {{-6, 6}, {6, -6}, {-7, ezossl::kDelayRejected}, {7, ezossl::kDelayRejected}};
+    for (const auto& c : cases) {
+        const int delays[kChannels] = {0, c.shift, 0, 0};
+        const auto noise = NoiseSource(7).White(3 * kBlockSamples, 8000.0);
+        const int32_t before = handle_->vote_count[0][ezossl::kRejectBin];
+        EXPECT_EQ(Feed(ShiftedCopies(noise, delays))[0], c.expected) << c.shift;
+        if (c.expected == ezossl::kDelayRejected) {
+            EXPECT_GT(handle_->vote_count[0][ezossl::kRejectBin], before);
+        }
+    }
+}
+
+TEST_F(GccPhatFixture, SilenceRejectsEveryPair) {
+    const Channels silence(kChannels, std::vector<double>(kBlockSamples, 0.0));
+    const auto got = Feed(silence);
+    for (int p = 0; p < 3; ++p) {
+        EXPECT_EQ(got[p], ezossl::kDelayRejected) << p;
+        EXPECT_EQ(handle_->vote_count[p][ezossl::kRejectBin], 1) << p;
+        for (int k = 0; k < 9; ++k) EXPECT_EQ(handle_->vote_count[p][k], 0) << p << "," << k;
+    }
+}
+
+TEST_F(GccPhatFixture, AcceptedFramesVoteForTheNearestCandidateAndSumTheirDelay) {
+    // Identical channels: lag 0, nearest to the broadside candidate k = 4; a symmetric peak
+    // refines to exactly 0 whatever the dithered gain.
+    const int delays[kChannels] = {0, 0, 0, 0};
+    const auto noise = NoiseSource(3).White(2 * kBlockSamples, 8000.0);
+    const auto got = Feed(ShiftedCopies(noise, delays));
+    for (int p = 0; p < 3; ++p) {
+        EXPECT_EQ(got[p], 0);
+        EXPECT_EQ(handle_->vote_count[p][4], 2) << p;
+        EXPECT_NEAR(handle_->delay_sum[p][4], 0.0f, 1e-6f) << p;
+    }
+}
+
+TEST_F(GccPhatFixture, RefinedDelaysStayWithinHalfASampleOfAFractionalShift) {
+    // A 1.5-sample advance on pair 2 (bound 7) lies between lags 1 and 2; the refined sum per
+    // vote must land between them (dithered interpolation, not rounding).
+    MicPosition mics[kChannels] = {{0, 0}, {0, 0}, {0, 0}, {1.5, 0}};
+    const Channels scene = FarFieldScene(mics, -90.0, 1.0, 1.0, 4096, 8000.0, 5);
+    const auto got = Feed(scene);
+    const int32_t votes = handle_->vote_count[2][ezossl::NearestCandidate(handle_->candidate_delay[2], got[2])];
+    ASSERT_GT(votes, 0);
+    float sum = 0.0f;
+    int32_t total = 0;
+    for (int k = 0; k < 9; ++k) {
+        sum += handle_->delay_sum[2][k];
+        total += handle_->vote_count[2][k];
+    }
+    EXPECT_GT(sum / total, 1.0f);
+    EXPECT_LT(sum / total, 2.0f);
+}
+
+}  // namespace
+}  // namespace ezossl_test
