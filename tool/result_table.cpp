@@ -13,25 +13,32 @@ namespace {
 
 constexpr const char* kColumnGap = "  ";
 
+// Text columns are aligned left, numbers right, each header like its column.
 void WriteText(std::FILE* out, const ResultTable& table) {
-    std::vector<size_t> widths;
-    for (const std::string& column : table.columns) widths.push_back(column.size());
+    const size_t count = table.columns.size();
+    std::vector<size_t> widths(count);
+    std::vector<bool> left(count, false);
+    for (size_t c = 0; c < count; ++c) widths[c] = table.columns[c].size();
     for (const auto& row : table.rows) {
-        for (size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], row[c].text.size());
+        for (size_t c = 0; c < count; ++c) {
+            widths[c] = std::max(widths[c], row[c].text.size());
+            left[c] = left[c] || row[c].kind == Cell::Kind::kText;
+        }
     }
-    for (size_t c = 0; c < table.columns.size(); ++c) {
-        std::fprintf(out, "%s%*s", c ? kColumnGap : "", int(widths[c]), table.columns[c].c_str());
-    }
-    std::fputc('\n', out);
-    for (const auto& row : table.rows) {
+    const auto write_line = [&](const std::vector<std::string>& texts) {
         std::string line;
-        for (size_t c = 0; c < row.size(); ++c) {
-            const std::string& text = row[c].text;
-            const std::string padding(widths[c] - text.size(), ' ');
-            line += (c ? kColumnGap : "") + (row[c].kind == Cell::Kind::kText ? text + padding : padding + text);
+        for (size_t c = 0; c < count; ++c) {
+            const std::string padding(widths[c] - texts[c].size(), ' ');
+            line += (c ? kColumnGap : "") + (left[c] ? texts[c] + padding : padding + texts[c]);
         }
         line.erase(line.find_last_not_of(' ') + 1);
         std::fprintf(out, "%s\n", line.c_str());
+    };
+    write_line(table.columns);
+    for (const auto& row : table.rows) {
+        std::vector<std::string> texts;
+        for (const Cell& cell : row) texts.push_back(cell.text);
+        write_line(texts);
     }
 }
 

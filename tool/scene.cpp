@@ -64,8 +64,8 @@ class Renderer {
 
     // Adds the source, faded in and out around its segment, as heard from the segment's azimuth.
     void AddSegment(const std::vector<double>& source, const Segment& segment, size_t keyframes, Channels& out) const {
-        const size_t begin = segment.first_key == 0 ? 0 : KeySample(segment.first_key - 1);
-        const size_t end = segment.last_key + 1 >= keyframes ? samples_ : std::min(samples_, KeySample(segment.last_key + 1));
+        const size_t begin = segment.first_key == 0 ? 0 : KeySample(segment.first_key - 0.5);
+        const size_t end = segment.last_key + 1 >= keyframes ? samples_ : std::min(samples_, KeySample(segment.last_key + 1.5));
         if (begin >= end) return;
         std::vector<double> piece(end - begin);
         for (size_t i = 0; i < piece.size(); ++i) piece[i] = source[begin + i] * Weight(begin + i, segment, keyframes);
@@ -80,18 +80,16 @@ class Renderer {
     }
 
   private:
-    size_t KeySample(size_t key) const { return static_cast<size_t>(std::llround(key * keyframe_samples_)); }
+    size_t KeySample(double key) const { return static_cast<size_t>(std::llround(key * keyframe_samples_)); }
 
-    // 1 inside the segment; sin^2 / cos^2 ramps over the neighbouring keyframe intervals, so
-    // adjacent segments always add up to 1.
+    // 1 inside the segment; sin^2 / cos^2 ramps one keyframe interval long, centred on the
+    // keyframes where the azimuth changes, so adjacent segments always add up to 1.
     double Weight(size_t t, const Segment& segment, size_t keyframes) const {
         const double key = t / keyframe_samples_;
-        if (segment.first_key > 0 && key < segment.first_key) {
-            return std::pow(std::sin(0.5 * kPi * (key - (segment.first_key - 1.0))), 2);
-        }
-        if (segment.last_key + 1 < keyframes && key > segment.last_key) {
-            return std::pow(std::cos(0.5 * kPi * (key - segment.last_key)), 2);
-        }
+        const double rise = key - (segment.first_key - 0.5);
+        if (segment.first_key > 0 && rise < 1.0) return std::pow(std::sin(0.5 * kPi * rise), 2);
+        const double fall = key - (segment.last_key + 0.5);
+        if (segment.last_key + 1 < keyframes && fall > 0.0) return std::pow(std::cos(0.5 * kPi * fall), 2);
         return 1.0;
     }
 
@@ -194,8 +192,8 @@ RenderedScene RenderScene(const SceneSpec& spec) {
 
     RenderedScene scene = Quantise(spec, clean);
     for (const Segment& segment : segments) {
-        // A change of position is heard half-way through its cross-fade.
-        const double start = segment.first_key == 0 ? 0.0 : (segment.first_key - 0.5) * kKeyframeSeconds;
+        // A change of position is heard half-way through its cross-fade, at its keyframe.
+        const double start = segment.first_key * kKeyframeSeconds;
         if (start < spec.duration_s) scene.truth.points.push_back({start, WrapAzimuth(segment.azimuth_deg)});
     }
     return scene;

@@ -3,8 +3,8 @@
 
 #include <cmath>
 #include <sstream>
+#include <vector>
 
-#include "accuracy.h"
 #include "angles.h"
 #include "number_format.h"
 
@@ -84,21 +84,26 @@ class Canvas {
     double duration_, low_, high_, tick_;
 };
 
+// The truth as steps; on a planar plot it is drawn once more a turn higher and lower, so a
+// truth at -90 also shows at 270 where the library may report it. The plot area clips it.
 void TruthLine(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot& plot, double duration_s) {
-    std::string path;
-    double previous = 0.0;
     const auto& points = plot.truth->points;
-    for (size_t i = 0; i < points.size() && points[i].time_s <= duration_s; ++i) {
-        const double value = plot.linear ? FoldFrontBack(points[i].azimuth_deg) : WrapAzimuth(points[i].azimuth_deg);
-        const double end_s = i + 1 < points.size() ? std::min(points[i + 1].time_s, duration_s) : duration_s;
-        // A jump across the ends of the range (e.g. 265 to -85) is not drawn as a line through the plot.
-        const bool wraps = !path.empty() && std::abs(value - previous) > 180.0;
-        path += (path.empty() || wraps ? "M" : "L") + Px(canvas.X(points[i].time_s)) + "," + Px(canvas.Y(value)) +
-                "L" + Px(canvas.X(end_s)) + "," + Px(canvas.Y(value));
-        previous = value;
+    for (const double turn : plot.linear ? std::vector<double>{0.0} : std::vector<double>{0.0, 360.0, -360.0}) {
+        std::string path;
+        double previous = 0.0;
+        for (size_t i = 0; i < points.size() && points[i].time_s <= duration_s; ++i) {
+            const double value =
+                (plot.linear ? FoldFrontBack(points[i].azimuth_deg) : WrapAzimuth(points[i].azimuth_deg)) + turn;
+            const double end_s = i + 1 < points.size() ? std::min(points[i + 1].time_s, duration_s) : duration_s;
+            // A jump across the ends of the range (e.g. 265 to -85) is not drawn through the plot.
+            const bool wraps = !path.empty() && std::abs(value - previous) > 180.0;
+            path += (path.empty() || wraps ? "M" : "L") + Px(canvas.X(points[i].time_s)) + "," +
+                    Px(canvas.Y(value)) + "L" + Px(canvas.X(end_s)) + "," + Px(canvas.Y(value));
+            previous = value;
+        }
+        svg << "<path d=\"" << path << "\" fill=\"none\" stroke=\"" << kTruthColour
+            << "\" stroke-width=\"2.5\" stroke-opacity=\"0.8\" clip-path=\"url(#plot-area)\"/>\n";
     }
-    svg << "<path d=\"" << path << "\" fill=\"none\" stroke=\"" << kTruthColour
-        << "\" stroke-width=\"2.5\" stroke-opacity=\"0.8\"/>\n";
 }
 
 void Estimates(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot& plot) {
@@ -144,6 +149,8 @@ std::string RenderDirectionPlot(const DirectionPlot& plot) {
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\"" << kHeight
         << "\" viewBox=\"0 0 " << kWidth << " " << kHeight << "\" font-family=\"sans-serif\">\n"
+        << "<defs><clipPath id=\"plot-area\"><rect x=\"" << Px(kLeft) << "\" y=\"" << Px(kTop - 2)
+        << "\" width=\"" << Px(kPlotWidth) << "\" height=\"" << Px(kPlotHeight + 4) << "\"/></clipPath></defs>\n"
         << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
         << "<text x=\"" << Px(kLeft) << "\" y=\"26\" font-size=\"15\" fill=\"#111\">" << Escape(plot.title)
         << "</text>\n";
