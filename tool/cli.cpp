@@ -114,7 +114,11 @@ int CommandLine::Parse(int argc, char** argv) {
     } catch (const CLI::Success& success) {
         return parts_->app.exit(success);   // help or version, on standard output
     } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "ezossl: error: %s (see ezossl --help)\n", error.what());
+        std::string help = "ezossl --help";
+        for (const CLI::App* command : parts_->app.get_subcommands({})) {
+            if (command->parsed()) help = "ezossl " + command->get_name() + " --help";
+        }
+        std::fprintf(stderr, "ezossl: error: %s (see %s)\n", error.what(), help.c_str());
         return kExitUsage;
     }
 }

@@ -8,10 +8,12 @@
 namespace ezossl_tool {
 namespace {
 
-constexpr int kSecondsDecimals = 3;
+// Periods last a quarter second or so; frames only 2.7 ms at 48 kHz and need finer times.
+constexpr int kPeriodSecondsDecimals = 3;
+constexpr int kFrameSecondsDecimals = 5;
 constexpr int kErrorDecimals = 1;
 
-Cell Seconds(double seconds) { return Cell::Number(FormatFixed(seconds, kSecondsDecimals)); }
+Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
 Cell Integer(long value) { return Cell::Number(std::to_string(value)); }
 
@@ -23,7 +25,7 @@ ResultTable PeriodTable(const Localization& localization, const TruthTrack* trut
     if (truth) table.columns.insert(table.columns.end(), {"truth_deg", "error_deg"});
     for (const PeriodResult& period : localization.periods) {
         const auto& degrees = period.direction.degrees;
-        std::vector<Cell> row = {Seconds(period.start_s), Cell::Text(StatusName(period.direction.status)),
+        std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals), Cell::Text(StatusName(period.direction.status)),
                                  degrees ? Integer(*degrees) : Cell::Empty()};
         if (truth) {
             const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, *truth, linear);
@@ -41,7 +43,7 @@ ResultTable FrameTable(const Localization& localization) {
     table.columns = {"frame", "start_s", "delay_01", "delay_02", "delay_03"};
     long index = 0;
     for (const FrameResult& frame : localization.frames) {
-        std::vector<Cell> row = {Integer(index++), Seconds(frame.start_s)};
+        std::vector<Cell> row = {Integer(index++), Seconds(frame.start_s, kFrameSecondsDecimals)};
         for (const int32_t delay : frame.delays) {
             row.push_back(delay == EZOSSL_DELAY_REJECTED ? Cell::Empty() : Integer(delay));
         }
