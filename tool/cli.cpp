@@ -33,11 +33,11 @@ void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
     command.add_option("--channels", input.raw_channels, "with --raw: channels per sample instant");
     command.add_option("--bits", input.raw_bits, "with --raw: 16 or 32-bit integers")->capture_default_str();
     LibraryOptions& library = options.library;
-    command.add_option("--temperature", library.temperature_c, "air temperature in deg C (0-60)")->capture_default_str();
-    command.add_option("--threshold", library.threshold_db, "level threshold in dB (-80-0)")->capture_default_str();
+    command.add_option("--temperature", library.temperature_c, "air temperature in deg C, 0 to 60")->capture_default_str();
+    command.add_option("--threshold", library.threshold_db, "level threshold in dB, -80 to 0")->capture_default_str();
     command.add_option("--frames-per-vote", library.frames_per_vote, "frames of 128 samples per voting period")
         ->capture_default_str();
-    command.add_option("--gain", library.gain_db, "digital gain in dB applied to each block first (-120-120)");
+    command.add_option("--gain", library.gain_db, "digital gain in dB applied to each block first, -120 to 120");
     command.add_option("--bf-mode", library.bf_mode, "library bf_mode: 0 directions, 1 delays only")
         ->capture_default_str();
     command.add_option("--format", options.format, "table, csv or json (JSON lines)")->capture_default_str();

@@ -123,7 +123,7 @@ void Estimates(std::ostringstream& svg, const Canvas& canvas, const DirectionPlo
     }
 }
 
-void Legend(std::ostringstream& svg, bool with_truth) {
+void Legend(std::ostringstream& svg, bool with_truth, bool linear) {
     const double x = kLeft + kPlotWidth + 16;
     double y = kTop + 14;
     svg << "<g font-size=\"12\" fill=\"#333\">\n"
@@ -133,7 +133,7 @@ void Legend(std::ostringstream& svg, bool with_truth) {
         y += 22;
         svg << "<line x1=\"" << Px(x) << "\" y1=\"" << Px(y - 4) << "\" x2=\"" << Px(x + 20) << "\" y2=\""
             << Px(y - 4) << "\" stroke=\"" << kTruthColour << "\" stroke-width=\"2.5\"/><text x=\"" << Px(x + 26)
-            << "\" y=\"" << Px(y) << "\">truth</text>\n";
+            << "\" y=\"" << Px(y) << "\">" << (linear ? "truth, front/back folded" : "truth") << "</text>\n";
     }
     y += 22;
     svg << "<text x=\"" << Px(x + 10) << "\" y=\"" << Px(y) << "\" text-anchor=\"middle\" fill=\"" << kMissColour
@@ -157,7 +157,7 @@ std::string RenderDirectionPlot(const DirectionPlot& plot) {
     canvas.Axes(svg);
     if (plot.truth) TruthLine(svg, canvas, plot, duration);
     Estimates(svg, canvas, plot);
-    Legend(svg, plot.truth != nullptr);
+    Legend(svg, plot.truth != nullptr, plot.linear);
     svg << "</svg>\n";
     return svg.str();
 }
