@@ -63,17 +63,17 @@ SslSession::SslSession(const LibrarySettings& settings) : gain_db_(settings.gain
                           static_cast<float>(InitDistanceCm(settings.array)), settings.delays_only ? 1u : 0u,
                           EZOSSL_MIC_NUM};
     // Init reports why it failed only in its message, so that is what the user gets.
-    handle_ = EzoSsl_Init(buffer_.get(), &init);
+    handle_.reset(EzoSsl_Init(buffer_.get(), &init));
     if (!handle_) throw RunError(LibraryRefusal("EzoSsl_Init", "no handle"));
 
     const SslConfig config = {settings.temperature_c, settings.threshold_db, settings.frames_per_vote};
-    Require(EzoSsl_Config(handle_, &config), "EzoSsl_Config");
+    Require(EzoSsl_Config(handle_.get(), &config), "EzoSsl_Config");
     switch (settings.array.kind) {
         case ArrayKind::kLinear:
-            Require(EzoSsl_Set_Shape(handle_, kUniformLinear), "EzoSsl_Set_Shape");
+            Require(EzoSsl_Set_Shape(handle_.get(), kUniformLinear), "EzoSsl_Set_Shape");
             break;
         case ArrayKind::kCircular:
-            Require(EzoSsl_Set_Shape(handle_, kUniformCircular), "EzoSsl_Set_Shape");
+            Require(EzoSsl_Set_Shape(handle_.get(), kUniformCircular), "EzoSsl_Set_Shape");
             break;
         case ArrayKind::kArbitrary: {
             float positions[2 * kMicrophones];
@@ -81,37 +81,33 @@ SslSession::SslSession(const LibrarySettings& settings) : gain_db_(settings.gain
                 positions[2 * i] = static_cast<float>(settings.array.positions_cm[i].x);
                 positions[2 * i + 1] = static_cast<float>(settings.array.positions_cm[i].y);
             }
-            Require(EzoSsl_Set_ArbitraryShape(handle_, positions), "EzoSsl_Set_ArbitraryShape");
+            Require(EzoSsl_Set_ArbitraryShape(handle_.get(), positions), "EzoSsl_Set_ArbitraryShape");
             break;
         }
     }
-    Require(EzoSsl_Cal_Params(handle_), "EzoSsl_Cal_Params");
+    Require(EzoSsl_Cal_Params(handle_.get()), "EzoSsl_Cal_Params");
     if (gain_db_) gain_factor_ = std::pow(10.0, *gain_db_ / 20.0);
-}
-
-SslSession::~SslSession() {
-    if (handle_) EzoSsl_Free(handle_);
 }
 
 PairDelays SslSession::Run(Block& block) {
     if (gain_db_) {
         CountWrappedSamples(block);
-        Require(EzoSsl_ApplyDigitalGain(handle_, block.data(), *gain_db_), "EzoSsl_ApplyDigitalGain");
+        Require(EzoSsl_ApplyDigitalGain(handle_.get(), block.data(), *gain_db_), "EzoSsl_ApplyDigitalGain");
     }
     PairDelays delays{};
-    Require(EzoSsl_Run(handle_, block.data(), delays.data()), "EzoSsl_Run");
+    Require(EzoSsl_Run(handle_.get(), block.data(), delays.data()), "EzoSsl_Run");
     return delays;
 }
 
 PeriodDirection SslSession::CloseVotingPeriod() {
     int32_t degrees = EZOSSL_NO_DIRECTION;
     PeriodDirection result;
-    result.status = EzoSsl_Get_Direction(handle_, &degrees);
+    result.status = EzoSsl_Get_Direction(handle_.get(), &degrees);
     const bool period_closed = result.status == SSL_RET_OK || result.status == SSL_RET_SIGNAL_TOO_WEAK ||
                                result.status == SSL_RET_NO_DIRECTION || result.status == SSL_RET_DELAY_TOO_LARGE;
     if (!period_closed) Require(result.status, "EzoSsl_Get_Direction");
     if (result.status == SSL_RET_OK) result.degrees = degrees;
-    Require(EzoSsl_Reset_Mapping(handle_), "EzoSsl_Reset_Mapping");
+    Require(EzoSsl_Reset_Mapping(handle_.get()), "EzoSsl_Reset_Mapping");
     return result;
 }
 

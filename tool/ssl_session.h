@@ -35,9 +35,6 @@ struct PeriodDirection {
 class SslSession {
   public:
     explicit SslSession(const LibrarySettings& settings);
-    ~SslSession();
-    SslSession(const SslSession&) = delete;
-    SslSession& operator=(const SslSession&) = delete;
 
     // Applies the gain (if any) to the block in place and runs one frame.
     PairDelays Run(Block& block);
@@ -50,8 +47,12 @@ class SslSession {
     void Require(uint32_t status, const char* function) const;
     void CountWrappedSamples(const Block& block);
 
+    // Free must run also when a later set-up step throws; the handle goes before its buffer.
+    struct FreeHandle {
+        void operator()(SslHandle* handle) const { EzoSsl_Free(handle); }
+    };
     std::unique_ptr<uint64_t[]> buffer_;
-    SslHandle* handle_ = nullptr;
+    std::unique_ptr<SslHandle, FreeHandle> handle_;
     std::optional<int32_t> gain_db_;
     double gain_factor_ = 1.0;
     int64_t wrapped_samples_ = 0;

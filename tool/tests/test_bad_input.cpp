@@ -108,7 +108,7 @@ const BadInput kBadInputs[] = {
     {"simulate_path_backwards", Simulate(Args(kUca, {"--path", "0:0,2:90,1:180"})), kUsage,
      "--path \"0:0,2:90,1:180\": times must increase from pair to pair"},
     {"simulate_zero_duration", Simulate(Args(kUca, {"--duration", "0"})), kUsage,
-     "--duration must be more than 0 and at most 3600 s, got 0"},
+     "--duration must be more than 0 and at most 600 s, got 0"},
     {"simulate_room_too_dry", Simulate(Args(kUca, {"--rt60", "0.05"})), kUsage,
      "--rt60 0.05 s is shorter than a 5x4x3 m room can be; use at least 0.11 s or a larger room"},
     {"simulate_source_outside_room", Simulate(Args(kUca, {"--rt60", "0.3", "--source-distance", "3", "--azimuth", "90"})),
