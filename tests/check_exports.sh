@@ -14,3 +14,6 @@ if [ "$exported" != "$want" ]; then
   exit 1
 fi
 echo "exports: $(echo "$exported" | wc -l) EzoSsl_* functions, nothing else"
+
+# The settings record is kept in the library's data for the device's tools.
+grep -q "SSLSET##APIVERSION14##PN128MSGLEVEL07##SETSSL" "$lib" || { echo "settings record missing"; exit 1; }

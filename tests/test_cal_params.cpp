@@ -18,7 +18,7 @@ TEST(CalParams, CircularArraysGetTheGuardedLeastSquaresMatrix) {
     };
     for (const auto& c : cases) {
         WorkingBuffer buffer;
-        SslHandle* handle = InitCalibrated(buffer, DefaultInit(16000, c.distance_cm), 1);
+        SslHandle* handle = ReadyHandle(buffer, DefaultInit(16000, c.distance_cm), 1);
         EXPECT_EQ(handle->params_flag, 1);
         for (int a = 0; a < 2; ++a) {
             for (int q = 0; q < 3; ++q) {
@@ -42,7 +42,7 @@ TEST(CalParams, InitDefaultsAreALinearArrayOfTheGivenSpacing) {
 
 TEST(CalParams, LinearArrayOnlyRaisesTheFlag) {
     WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 0);
+    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 0);
     EXPECT_EQ(handle->params_flag, 1);
     for (const auto& row : handle->plane_projection) {
         for (float entry : row) EXPECT_EQ(entry, 0.0f);
@@ -78,7 +78,7 @@ TEST(CalParams, RefusalUncalibratesTheHandle) {
     };
     for (const auto& c : cases) {
         WorkingBuffer buffer;
-        SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+        SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
         const GeometrySnapshot calibrated(handle);
         c.spoil(handle);
         const Printed result = Call([&] { return EzoSsl_Cal_Params(handle); });

@@ -1,5 +1,7 @@
-// Prologue behaviour: null refusals, call-order flags and the common handle check.
-#include <cstring>
+// The prologue contract of every exported function: null pointers, missing steps, the handle
+// check, the frozen geometry and the flags a refusal leaves behind.
+#include <algorithm>
+#include <random>
 
 #include "core/ssl_handle.h"
 #include "geometry_support.h"
@@ -8,236 +10,230 @@
 namespace ezossl_test {
 namespace {
 
-const SslConfig kConfig{25, -80, 32};
+// Which call-order flags a function requires, in the order they are tested.
+enum Needs : unsigned { kInit = 1, kConfig = 2, kShape = 4, kParams = 8, kNotRunning = 16, kRunDone = 32 };
 
-TEST(ConfigPrologue, NullPointersAreRefusedWhateverTheLevel) {
+struct ApiFunction {
+    const char* name;
+    const char* head;   // what its refusals print after the empty prefix
+    const char* label;  // what its handle check prints
+    unsigned needs;
+    std::function<uint32_t(SslHandle*)> call;  // with valid data pointers
+    const char* null_handle;
+};
+
+const float kSquareCm[8] = {0, 0, 4, 0, 4, 4, 0, 4};
+int16_t g_block[512];
+int32_t g_delays[3];
+int32_t g_direction;
+SslConfig g_config{25, -80, 32};
+
+const std::vector<ApiFunction>& Functions() {
+    static const std::vector<ApiFunction> functions = {
+        {"Config", " [SSL] [Config]", "Config", kInit, [](SslHandle* h) { return EzoSsl_Config(h, &g_config); },
+         "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The handle is null!\t\n"},
+        {"Get_Config", "[SSL] [GetConfig]", "Get_Config", kInit | kConfig,
+         [](SslHandle* h) { return EzoSsl_Get_Config(h, &g_config); },
+         "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The handle is null!\t\n"},
+        {"Set_Shape", "[SSL] [SetShape]", "Set_Shape", kInit | kConfig | kNotRunning,
+         [](SslHandle* h) { return EzoSsl_Set_Shape(h, 1); }, "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
+        {"Set_ArbitraryShape", "[SSL] [Set_ArbitraryShape]", "Set_ArbitraryShape", kInit | kConfig | kNotRunning,
+         [](SslHandle* h) { return EzoSsl_Set_ArbitraryShape(h, kSquareCm); },
+         "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
+        {"Cal_Params", "[SSL] [CalParams]", "CalParams", kInit | kConfig | kShape | kNotRunning, EzoSsl_Cal_Params,
+         "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
+        {"Run", "[SSL] [Run]", "Run", kInit | kConfig | kShape | kParams,
+         [](SslHandle* h) { return EzoSsl_Run(h, g_block, g_delays); },
+         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The handle is null!\t\n"},
+        {"Get_Direction", "[SSL] [GetDirection]", "GetDirection", kInit | kConfig | kShape | kParams | kRunDone,
+         [](SslHandle* h) { return EzoSsl_Get_Direction(h, &g_direction); },
+         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The handle is null!\t\n"},
+        {"Reset_Mapping", "[SSL] [ResetMapping]", "ResetMapping", kInit | kConfig | kShape | kParams | kRunDone,
+         EzoSsl_Reset_Mapping, "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The handle is null!\t\n"},
+        {"SetMode", "[SSL] [SetMode]", "SetMode", kInit | kConfig | kShape | kParams,
+         [](SslHandle* h) { return EzoSsl_SetMode(h, 0, 90, 45); },
+         "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n"},
+        {"ApplyDigitalGain", "[SSL] [ApplyDigitalGain]", "ApplyDigitalGain", kInit | kConfig | kShape | kParams,
+         [](SslHandle* h) { return EzoSsl_ApplyDigitalGain(h, g_block, 6); },
+         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
+    };
+    return functions;
+}
+
+// A calibrated handle after one successful Run: every step any function needs is done, and
+// the shape calls, which need Run not entered, get run_flag 2 back.
+SslHandle* ReadyFor(WorkingBuffer& buffer, const ApiFunction& f) {
+    SslHandle* h = ReadyHandle(buffer, DefaultInit(), 1);
+    h->run_flag = (f.needs & kNotRunning) ? 2 : 1;
+    return h;
+}
+
+std::string Format(const char* format, const char* text) {
+    char out[256];
+    std::snprintf(out, sizeof(out), format, text);
+    return out;
+}
+
+TEST(CallOrder, NullHandleIsRefusedByEveryFunction) {
+    for (const ApiFunction& f : Functions()) {
+        const Printed result = Call([&] { return f.call(nullptr); });
+        EXPECT_EQ(result.output, f.null_handle) << f.name;
+        EXPECT_EQ(result.status, SSL_RET_INVALID_HANDLE) << f.name;
+    }
+    const Printed freed = Call([] { return EzoSsl_Free(nullptr); });
+    EXPECT_EQ(freed.output, "[ALGO_MSG_ERR]  [SSL] [Free] Fail! The handle is null!\t\n");
+    EXPECT_EQ(freed.status, SSL_RET_INVALID_HANDLE);
+}
+
+TEST(CallOrder, NullDataPointersAreRefusedBeforeTheFlagsWhateverTheLevel) {
     WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    handle->msg_level = 0;  // null messages do not depend on the handle's level
-    SslConfig out{};
+    SslHandle* h = buffer.handle();  // never initialised: the pointer tests come first
     const struct {
         std::function<uint32_t()> call;
         uint32_t status;
         const char* message;
     } cases[] = {
-        {[&] { return EzoSsl_Config(nullptr, &kConfig); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The handle is null!\t\n"},
-        {[&] { return EzoSsl_Config(handle, nullptr); }, SSL_RET_INVALID_CONFIG,
+        {[&] { return EzoSsl_Config(h, nullptr); }, SSL_RET_INVALID_CONFIG,
          "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The ssl_config is null!\t\n"},
-        {[&] { return EzoSsl_Get_Config(nullptr, &out); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The handle is null!\t\n"},
-        {[&] { return EzoSsl_Get_Config(handle, nullptr); }, SSL_RET_INVALID_CONFIG,
+        {[&] { return EzoSsl_Get_Config(h, nullptr); }, SSL_RET_INVALID_CONFIG,
          "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The ssl_config is null!\t\n"},
-        // The record is tested first.
         {[&] { return EzoSsl_Get_Config(nullptr, nullptr); }, SSL_RET_INVALID_CONFIG,
          "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The ssl_config is null!\t\n"},
-    };
-    for (const auto& c : cases) {
-        uint32_t status = 0;
-        EXPECT_EQ(CaptureOutput([&] { status = c.call(); }), c.message);
-        EXPECT_EQ(status, c.status) << c.message;
-    }
-    // A null record does not reach the flags: the handle stays configured as it was.
-    EXPECT_EQ(handle->config_flag, 2);
-}
-
-TEST(ConfigPrologue, MissingInitIsRefusedWithItsOwnSpacing) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    handle->init_flag = 0;
-    uint32_t status = 0;
-    EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Config(handle, &kConfig); }),
-              "[ALGO_MSG_ERR]  [SSL] [Config] Fail! Please call EzoSsl_Init first!\t\n");
-    EXPECT_EQ(status, SSL_RET_INIT_ERROR);
-    SslConfig out{};
-    EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Get_Config(handle, &out); }),
-              "[ALGO_MSG_ERR] [SSL] [GetConfig] Fail! Please call EzoSsl_Init first!\t\n");
-    EXPECT_EQ(status, SSL_RET_INIT_ERROR);
-}
-
-TEST(ConfigPrologue, RefusedConfigLeavesTheHandleUnconfigured) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
-    ASSERT_EQ(handle->config_flag, 1);
-    std::memcpy(handle->handle_magic, "XXXX", 4);
-    CaptureOutput([&] { EXPECT_EQ(EzoSsl_Config(handle, &kConfig), SSL_RET_INVALID_HANDLE); });
-    std::memcpy(handle->handle_magic, "W0Q0", 4);
-    EXPECT_EQ(handle->config_flag, 0);
-
-    SslConfig out{};
-    uint32_t status = 0;
-    EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Get_Config(handle, &out); }),
-              "[ALGO_MSG_ERR] [SSL] [GetConfig] Fail! Please call EzoSSL_Config first!\t\n");
-    EXPECT_EQ(status, SSL_RET_CALL_ORDER_ERROR);
-}
-
-TEST(ConfigPrologue, GetConfigBeforeConfigIsRefused) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    SslConfig out{};
-    CaptureOutput([&] { EXPECT_EQ(EzoSsl_Get_Config(handle, &out), SSL_RET_CALL_ORDER_ERROR); });
-}
-
-// One corruption of the handle, and what the common check says about it for each label.
-struct CorruptionCase {
-    const char* what;
-    void (*corrupt)(SslHandle*);
-    uint32_t status;
-    const char* format;  // %s receives the function's check label
-};
-
-const CorruptionCase kCorruptions[] = {
-    {"magic", [](SslHandle* h) { std::memcpy(h->handle_magic, "W0Q1", 4); }, SSL_RET_INVALID_HANDLE,
-     "[ALGO_MSG_ERR] [BF][%s] Fail! The handle pointer seems to be dirty!!\r\n"},
-    {"point number", [](SslHandle* h) { h->point_number = 256; }, SSL_RET_INVALID_POINT_NUMBER,
-     "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
-    {"mic number", [](SslHandle* h) { h->mic_num = 2; }, SSL_RET_INVALID_MIC_NUMBER,
-     "[ALGO_MSG_ERR] [BF][%s] Fail! This library only support 4 Microphones!!\r\n"},
-    // The point number is checked before the magic.
-    {"everything", [](SslHandle* h) { std::memset(h, 0x55, 64); h->init_flag = 1; h->config_flag = 1; h->msg_level = 7; },
-     SSL_RET_INVALID_POINT_NUMBER, "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
-};
-
-std::string WithLabel(const char* format, const char* label) {
-    char text[256];
-    std::snprintf(text, sizeof(text), format, label);
-    return text;
-}
-
-TEST(HandleCheck, CorruptHandlesAreRefusedByConfigAndGetConfig) {
-    for (const CorruptionCase& c : kCorruptions) {
-        WorkingBuffer buffer;
-        SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
-        c.corrupt(handle);
-        SslConfig out{};
-        uint32_t status = 0;
-        EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Get_Config(handle, &out); }), WithLabel(c.format, "Get_Config"))
-            << c.what;
-        EXPECT_EQ(status, c.status) << c.what;
-        EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Config(handle, &kConfig); }), WithLabel(c.format, "Config"))
-            << c.what;
-        EXPECT_EQ(status, c.status) << c.what;
-    }
-}
-
-// The geometry, calibration, mode and gain calls, each with its message head and check label.
-struct GeometryStageCall {
-    const char* head;   // the bracket in its messages
-    const char* label;  // the label its handle check prints
-    uint32_t (*call)(SslHandle*);
-    bool needs_shape;
-    bool needs_params;
-};
-
-const float kSquare[8] = {0, 0, 4, 0, 4, 4, 0, 4};
-int16_t g_block[512];
-
-const GeometryStageCall kGeometryStageCalls[] = {
-    {"SetShape", "Set_Shape", [](SslHandle* h) { return EzoSsl_Set_Shape(h, 1); }, false, false},
-    {"Set_ArbitraryShape", "Set_ArbitraryShape", [](SslHandle* h) { return EzoSsl_Set_ArbitraryShape(h, kSquare); },
-     false, false},
-    {"CalParams", "CalParams", EzoSsl_Cal_Params, true, false},
-    {"SetMode", "SetMode", [](SslHandle* h) { return EzoSsl_SetMode(h, 0, 90, 45); }, true, true},
-    {"ApplyDigitalGain", "ApplyDigitalGain", [](SslHandle* h) { return EzoSsl_ApplyDigitalGain(h, g_block, 0); },
-     true, true},
-};
-
-std::string PrerequisiteMessage(const char* head, const char* step) {
-    return std::string("[ALGO_MSG_ERR] [SSL] [") + head + "] Fail! Please call " + step + " first!\t\n";
-}
-
-TEST(HandleCheck, CorruptHandlesAreRefusedByTheGeometryStageCalls) {
-    for (const CorruptionCase& c : kCorruptions) {
-        for (const GeometryStageCall& stage : kGeometryStageCalls) {
-            WorkingBuffer buffer;
-            SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-            c.corrupt(handle);
-            // Shape calls are tested as first calls, so no overwrite warning precedes the check.
-            handle->shape_flag = stage.needs_shape ? 1 : 2;
-            const GeometrySnapshot corrupted(handle);
-            const Printed result = Call([&] { return stage.call(handle); });
-            EXPECT_EQ(result.output, WithLabel(c.format, stage.label)) << c.what << ", " << stage.label;
-            EXPECT_EQ(result.status, c.status) << c.what << ", " << stage.label;
-            EXPECT_TRUE(GeometrySnapshot(handle) == corrupted) << c.what << ", " << stage.label;
-            // A refused first shape call leaves the handle without a shape.
-            if (!stage.needs_shape) {
-                EXPECT_EQ(handle->shape_flag, 0) << c.what << ", " << stage.label;
-            }
-        }
-    }
-}
-
-TEST(CallOrder, GeometryStageCallsNeedEveryEarlierStep) {
-    const struct {
-        const char* step;
-        int32_t SslHandle::*flag;
-        uint32_t status;
-    } steps[] = {
-        {"EzoSsl_Init", &SslHandle::init_flag, SSL_RET_INIT_ERROR},
-        {"EzoSSL_Config", &SslHandle::config_flag, SSL_RET_CALL_ORDER_ERROR},
-        {"EzoSsl_Set_Shape", &SslHandle::shape_flag, SSL_RET_CALL_ORDER_ERROR},
-        {"EzoSsl_Cal_Params", &SslHandle::params_flag, SSL_RET_CALL_ORDER_ERROR},
-    };
-    for (const GeometryStageCall& stage : kGeometryStageCalls) {
-        const size_t needed = stage.needs_params ? 4 : stage.needs_shape ? 3 : 2;
-        for (size_t s = 0; s < needed; ++s) {
-            WorkingBuffer buffer;
-            SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
-            handle->*steps[s].flag = 0;
-            const Printed result = Call([&] { return stage.call(handle); });
-            EXPECT_EQ(result.output, PrerequisiteMessage(stage.head, steps[s].step)) << stage.head;
-            EXPECT_EQ(result.status, steps[s].status) << stage.head << " without " << steps[s].step;
-        }
-    }
-}
-
-TEST(CallOrder, ShapeIsFrozenOnceRunHasBeenEntered) {
-    for (int32_t run_flag : {0, 1}) {  // a refused and a successful Run
-        for (const GeometryStageCall& stage : kGeometryStageCalls) {
-            if (stage.needs_shape) continue;
-            WorkingBuffer buffer;
-            SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 0);
-            const GeometrySnapshot running(handle);
-            handle->run_flag = run_flag;
-            const Printed result = Call([&] { return stage.call(handle); });
-            EXPECT_EQ(result.status, SSL_RET_RUN_STATE_ERROR) << stage.head;
-            EXPECT_EQ(result.output, std::string("[ALGO_MSG_ERR] [SSL] [") + stage.head +
-                                         "] Fail! Can't not change array shape during run process!\t\n")
-                << stage.head;
-            EXPECT_TRUE(GeometrySnapshot(handle) == running) << stage.head;
-            EXPECT_EQ(handle->shape_flag, 1) << stage.head;
-            EXPECT_EQ(handle->params_flag, 1) << stage.head;
-        }
-    }
-}
-
-TEST(CallOrder, NullPointersAreRefusedByTheGeometryStageCallsBeforeTheFlags) {
-    WorkingBuffer buffer;
-    SslHandle* uninitialised = buffer.handle();
-    const struct {
-        std::function<uint32_t()> call;
-        uint32_t status;
-        const char* message;
-    } cases[] = {
-        {[] { return kGeometryStageCalls[0].call(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
-        {[] { return kGeometryStageCalls[1].call(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
-        {[] { return kGeometryStageCalls[2].call(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
-        {[] { return kGeometryStageCalls[3].call(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n"},
-        {[] { return kGeometryStageCalls[4].call(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
-        {[&] { return EzoSsl_Set_ArbitraryShape(uninitialised, nullptr); }, SSL_RET_NULL_POINTER,
+        {[&] { return EzoSsl_Set_ArbitraryShape(h, nullptr); }, SSL_RET_NULL_POINTER,
          "[ALGO_MSG_ERR]  [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n"},
-        {[&] { return EzoSsl_ApplyDigitalGain(uninitialised, nullptr, 0); }, SSL_RET_NULL_POINTER,
+        {[&] { return EzoSsl_Run(h, nullptr, g_delays); }, SSL_RET_NULL_POINTER,
+         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The microphone_input is NULL\t\n"},
+        {[&] { return EzoSsl_Run(h, g_block, nullptr); }, SSL_RET_NULL_POINTER,
+         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The delay_sample is NULL\t\n"},
+        {[&] { return EzoSsl_Get_Direction(h, nullptr); }, SSL_RET_NULL_POINTER,
+         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The direction_avg_int is NULL\t\n"},
+        {[&] { return EzoSsl_ApplyDigitalGain(h, nullptr, 0); }, SSL_RET_NULL_POINTER,
          "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The microphone_input is NULL\t\n"},
     };
     for (const auto& c : cases) {
         const Printed result = Call(c.call);
-        EXPECT_EQ(result.status, c.status) << c.message;
         EXPECT_EQ(result.output, c.message);
+        EXPECT_EQ(result.status, c.status) << c.message;
+    }
+}
+
+TEST(CallOrder, EachMissingStepIsNamedWithTheCallersHead) {
+    const struct {
+        Needs need;
+        int32_t SslHandle::*flag;
+        int32_t missing;
+        uint32_t status;
+        const char* format;
+    } steps[] = {
+        {kInit, &SslHandle::init_flag, 0, SSL_RET_INIT_ERROR, "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Init first!\t\n"},
+        {kConfig, &SslHandle::config_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Please call EzoSSL_Config first!\t\n"},
+        {kShape, &SslHandle::shape_flag, 2, SSL_RET_CALL_ORDER_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Set_Shape first!\t\n"},
+        {kParams, &SslHandle::params_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Cal_Params first!\t\n"},
+        {kRunDone, &SslHandle::run_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Run first!\t\n"},
+        {kNotRunning, &SslHandle::run_flag, 1, SSL_RET_RUN_STATE_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
+        // A refused Run freezes the geometry as well.
+        {kNotRunning, &SslHandle::run_flag, 0, SSL_RET_RUN_STATE_ERROR,
+         "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
+    };
+    for (const ApiFunction& f : Functions()) {
+        for (const auto& step : steps) {
+            if (!(f.needs & step.need)) continue;
+            WorkingBuffer buffer;
+            SslHandle* h = ReadyFor(buffer, f);
+            h->*step.flag = step.missing;
+            const GeometrySnapshot before(h);
+            const Printed result = Call([&] { return f.call(h); });
+            EXPECT_TRUE(GeometrySnapshot(h) == before) << f.name;
+            char expected[256];
+            std::snprintf(expected, sizeof(expected), step.format, f.head,
+                          f.name == std::string("Cal_Params") ? "intrinsic parameters" : "array shape");
+            EXPECT_EQ(result.output, expected) << f.name;
+            EXPECT_EQ(result.status, step.status) << f.name << " " << expected;
+        }
+    }
+}
+
+TEST(CallOrder, CorruptHandlesAreRefusedByTheCommonCheck) {
+    const struct {
+        const char* what;
+        void (*corrupt)(SslHandle*);
+        uint32_t status;
+        const char* format;  // %s receives the function's check label
+    } corruptions[] = {
+        {"magic", [](SslHandle* h) { std::memcpy(h->handle_magic, "W0Q1", 4); }, SSL_RET_INVALID_HANDLE,
+         "[ALGO_MSG_ERR] [BF][%s] Fail! The handle pointer seems to be dirty!!\r\n"},
+        {"point number", [](SslHandle* h) { h->point_number = 256; }, SSL_RET_INVALID_POINT_NUMBER,
+         "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
+        {"mic number", [](SslHandle* h) { h->mic_num = 2; }, SSL_RET_INVALID_MIC_NUMBER,
+         "[ALGO_MSG_ERR] [BF][%s] Fail! This library only support 4 Microphones!!\r\n"},
+        {"all three (point number first)",
+         [](SslHandle* h) { std::memset(h->handle_magic, 0x55, 4); h->point_number = 1; h->mic_num = 1; },
+         SSL_RET_INVALID_POINT_NUMBER, "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
+    };
+    for (const auto& c : corruptions) {
+        for (const ApiFunction& f : Functions()) {
+            WorkingBuffer buffer;
+            SslHandle* h = ReadyFor(buffer, f);
+            h->shape_flag = (f.needs & kShape) ? 1 : 2;  // no overwrite warning before the check
+            const GeometrySnapshot before(h);
+            c.corrupt(h);
+            const Printed result = Call([&] { return f.call(h); });
+            EXPECT_EQ(result.output, Format(c.format, f.label)) << c.what << ", " << f.name;
+            EXPECT_EQ(result.status, c.status) << c.what << ", " << f.name;
+            EXPECT_TRUE(GeometrySnapshot(h) == before) << c.what << ", " << f.name;
+        }
+    }
+}
+
+TEST(CallOrder, RefusalsLeaveTheEntryFlagsFailed) {
+    // These flags are cleared on entry, before the checks, and stay cleared after a refusal.
+    const struct {
+        const char* name;
+        int32_t SslHandle::*flag;
+        int32_t after;
+    } cases[] = {
+        {"Config", &SslHandle::config_flag, 0},     {"Set_Shape", &SslHandle::shape_flag, 0},
+        {"Set_ArbitraryShape", &SslHandle::shape_flag, 0}, {"Cal_Params", &SslHandle::params_flag, 0},
+        {"Run", &SslHandle::run_flag, 0},           {"Get_Direction", &SslHandle::direction_flag, 0},
+        {"Reset_Mapping", &SslHandle::mapping_flag, 0},
+    };
+    for (const auto& c : cases) {
+        const ApiFunction& f = *std::find_if(Functions().begin(), Functions().end(),
+                                             [&](const ApiFunction& g) { return c.name == std::string(g.name); });
+        WorkingBuffer buffer;
+        SslHandle* h = ReadyFor(buffer, f);
+        h->shape_flag = (f.needs & kShape) ? 1 : 2;  // a first shape call
+        h->mic_num = 3;                                   // refused by the handle check
+        EXPECT_NE(Call([&] { return f.call(h); }).status, SSL_RET_OK) << c.name;
+        EXPECT_EQ(h->*c.flag, c.after) << c.name;
+    }
+}
+
+TEST(CallOrder, NeverInitialisedBufferIsRefusedQuietly) {
+    // A zeroed buffer has message level 0 and no flags: every call refuses without a word.
+    for (const ApiFunction& f : Functions()) {
+        WorkingBuffer buffer;
+        const Printed result = Call([&] { return f.call(buffer.handle()); });
+        EXPECT_EQ(result.output, "") << f.name;
+        EXPECT_EQ(result.status, SSL_RET_INIT_ERROR) << f.name;
+    }
+}
+
+TEST(CallOrder, GarbageBuffersNeverCrash) {
+    // Random bytes may pass any check; whatever they do, nothing reads or writes outside the
+    // buffer (the sanitizer build checks that) and every call returns.
+    std::mt19937 rng(2024);
+    for (int trial = 0; trial < 20; ++trial) {
+        for (const ApiFunction& f : Functions()) {
+            WorkingBuffer buffer;
+            for (uint32_t i = 0; i < BufferSize(); ++i) buffer.bytes()[i] = static_cast<uint8_t>(rng());
+            Call([&] { return f.call(buffer.handle()); });
+        }
     }
 }
 

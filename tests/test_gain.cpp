@@ -33,7 +33,7 @@ TEST(DigitalGain, ScalesTruncatesAndWrapsEverySample) {
     };
     for (const auto& c : cases) {
         WorkingBuffer buffer;
-        SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+        SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
         Block block = Filled(c.sample);
         ASSERT_EQ(ApplyGain(handle, block, c.gain), SSL_RET_OK);
         for (size_t n = 0; n < block.size(); ++n) {
@@ -44,7 +44,7 @@ TEST(DigitalGain, ScalesTruncatesAndWrapsEverySample) {
 
 TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
     WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
     Block block = Filled(1234);
     ASSERT_EQ(ApplyGain(handle, block, 6), SSL_RET_OK);
     const float factor = handle->gain_linear;
@@ -63,7 +63,7 @@ TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
 
 TEST(DigitalGain, FactorIsComputedOnlyWhenTheGainChanges) {
     WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
     Block block = Filled(100);
     // 0 dB is the gain Init stores: its factor is not recomputed either.
     handle->gain_linear = 3.0f;

@@ -92,7 +92,7 @@ TEST(UniformGeometry, InvalidGeometryIsRefusedAndChangesNothing) {
     // A first shape call, and one after a calibrated shape (which stays in force).
     for (bool calibrated : {false, true}) {
         WorkingBuffer buffer;
-        SslHandle* handle = calibrated ? InitCalibrated(buffer, DefaultInit(), 1) : InitAndConfigure(buffer, DefaultInit());
+        SslHandle* handle = calibrated ? ReadyHandle(buffer, DefaultInit(), 1) : InitAndConfigure(buffer, DefaultInit());
         const GeometrySnapshot before(handle);
         const Printed refused = Call([&] { return EzoSsl_Set_Shape(handle, 2); });
         EXPECT_EQ(refused.status, SSL_RET_INVALID_GEOMETRY);

@@ -47,78 +47,6 @@ constexpr const char* kRunResetMappingFirst = "[ALGO_MSG_ERR]  [SSL] [Run] Fail!
 constexpr const char* kResetMappingRunFirst = "[ALGO_MSG_ERR] [SSL] [ResetMapping] Fail! Please call EzoSsl_Run first!\t\n";
 constexpr const char* kGetDirectionRunFirst = "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSsl_Run first!\t\n";
 
-TEST_F(RunSequence, NullPointersAreRefusedWhateverTheLevel) {
-    Ready();
-    h_->msg_level = 0;
-    const int16_t block[512] = {};
-    int32_t delays[3];
-    const struct {
-        std::function<uint32_t()> call;
-        uint32_t status;
-        const char* message;
-    } cases[] = {
-        {[&] { return EzoSsl_Run(nullptr, block, delays); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The handle is null!\t\n"},
-        {[&] { return EzoSsl_Run(h_, nullptr, delays); }, SSL_RET_NULL_POINTER,
-         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The microphone_input is NULL\t\n"},
-        {[&] { return EzoSsl_Run(h_, block, nullptr); }, SSL_RET_NULL_POINTER,
-         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The delay_sample is NULL\t\n"},
-        {[&] { return EzoSsl_Get_Direction(nullptr, &direction_); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The handle is null!\t\n"},
-        {[&] { return EzoSsl_Get_Direction(h_, nullptr); }, SSL_RET_NULL_POINTER,
-         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The direction_avg_int is NULL\t\n"},
-        {[&] { return EzoSsl_Reset_Mapping(nullptr); }, SSL_RET_INVALID_HANDLE,
-         "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The handle is null!\t\n"},
-    };
-    for (const auto& c : cases) {
-        uint32_t status = 0;
-        EXPECT_EQ(CaptureOutput([&] { status = c.call(); }), c.message);
-        EXPECT_EQ(status, c.status) << c.message;
-    }
-    // None of them touched the period's flags.
-    EXPECT_EQ(h_->run_flag, 2);
-    EXPECT_EQ(h_->direction_flag, 2);
-    EXPECT_EQ(h_->mapping_flag, 1);
-}
-
-TEST_F(RunSequence, MissingStepsAreNamedWithTheCallersLabel) {
-    const struct {
-        void (*undo)(SslHandle*);
-        uint32_t status;
-        const char* run;
-        const char* get_direction;
-    } cases[] = {
-        {[](SslHandle* h) { h->init_flag = 0; }, SSL_RET_INIT_ERROR,
-         "[ALGO_MSG_ERR] [SSL] [Run] Fail! Please call EzoSsl_Init first!\t\n",
-         "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSsl_Init first!\t\n"},
-        {[](SslHandle* h) { h->config_flag = 0; }, SSL_RET_CALL_ORDER_ERROR,
-         "[ALGO_MSG_ERR] [SSL] [Run] Fail! Please call EzoSSL_Config first!\t\n",
-         "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSSL_Config first!\t\n"},
-        {[](SslHandle* h) { h->shape_flag = 2; }, SSL_RET_CALL_ORDER_ERROR,
-         "[ALGO_MSG_ERR] [SSL] [Run] Fail! Please call EzoSsl_Set_Shape first!\t\n",
-         "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSsl_Set_Shape first!\t\n"},
-        {[](SslHandle* h) { h->params_flag = 0; }, SSL_RET_CALL_ORDER_ERROR,
-         "[ALGO_MSG_ERR] [SSL] [Run] Fail! Please call EzoSsl_Cal_Params first!\t\n",
-         "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSsl_Cal_Params first!\t\n"},
-    };
-    for (const auto& c : cases) {
-        Ready();
-        ASSERT_EQ(Run().status, SSL_RET_OK);
-        c.undo(h_);
-        const Outcome run = Run();
-        EXPECT_EQ(run.status, c.status);
-        EXPECT_EQ(run.printed, c.run);
-        EXPECT_EQ(h_->run_flag, 0) << "a refused Run leaves the run flag failed";
-        direction_ = 5;
-        const Outcome get = GetDirection();
-        EXPECT_EQ(get.status, c.status);
-        EXPECT_EQ(get.printed, c.get_direction);
-        EXPECT_EQ(direction_, EZOSSL_NO_DIRECTION);
-        EXPECT_EQ(h_->direction_flag, 0);
-        EXPECT_EQ(h_->mapping_flag, 1) << "refused before the level test: mapping untouched";
-    }
-}
-
 TEST_F(RunSequence, RunAfterGetDirectionWaitsForResetMapping) {
     Ready();
     for (int i = 0; i < 4; ++i) ASSERT_EQ(Run().status, SSL_RET_OK);
@@ -183,21 +111,6 @@ TEST_F(RunSequence, RefusedRunBlocksGetDirectionAfterEarlierSuccess) {
     const Outcome get = GetDirection();
     EXPECT_EQ(get.status, SSL_RET_CALL_ORDER_ERROR);
     EXPECT_EQ(get.printed, kGetDirectionRunFirst);
-}
-
-TEST_F(RunSequence, GeometryIsFrozenOnceRunWasEntered) {
-    Ready();
-    h_->params_flag = 0;
-    Run();  // refused, but entered
-    h_->params_flag = 1;
-    uint32_t shape = 0;
-    uint32_t params = 0;
-    CaptureOutput([&] {
-        shape = EzoSsl_Set_Shape(h_, 1);
-        params = EzoSsl_Cal_Params(h_);
-    });
-    EXPECT_EQ(shape, SSL_RET_RUN_STATE_ERROR);
-    EXPECT_EQ(params, SSL_RET_RUN_STATE_ERROR);
 }
 
 TEST_F(RunSequence, ModeOneRefusesAfterTheFramesAdvanced) {

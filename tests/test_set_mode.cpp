@@ -46,7 +46,7 @@ TEST(SetMode, EveryArgumentCombination) {
     };
     for (const auto& c : cases) {
         WorkingBuffer buffer;
-        SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+        SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
         CastVotes(handle);
         const Printed result = Call([&] { return EzoSsl_SetMode(handle, c.mode, c.angular_distance, c.convidence); });
         const std::string name = "SetMode(" + std::to_string(c.mode) + ", " + std::to_string(c.angular_distance) +
@@ -60,7 +60,7 @@ TEST(SetMode, EveryArgumentCombination) {
 
 TEST(SetMode, ModeOneStaysUntilModeZeroSucceeds) {
     WorkingBuffer buffer;
-    SslHandle* handle = InitCalibrated(buffer, DefaultInit(), 1);
+    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
     ASSERT_EQ(Call([&] { return EzoSsl_SetMode(handle, 1, 90, 45); }).status, SSL_RET_MODE_NOT_INCLUDED);
     // An invalid mode is refused before anything is stored.
     EXPECT_EQ(Call([&] { return EzoSsl_SetMode(handle, 2, 90, 45); }).status, SSL_RET_INVALID_MODE);

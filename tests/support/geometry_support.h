@@ -27,13 +27,6 @@ inline SslHandle* InitWithShape(WorkingBuffer& buffer, const SslInit& init, uint
     return handle;
 }
 
-// As InitWithShape, then Cal_Params: the state Run, SetMode and ApplyDigitalGain need.
-inline SslHandle* InitCalibrated(WorkingBuffer& buffer, const SslInit& init, uint32_t geometry) {
-    SslHandle* handle = InitWithShape(buffer, init, geometry);
-    EXPECT_EQ(Call([&] { return EzoSsl_Cal_Params(handle); }).status, SSL_RET_OK);
-    return handle;
-}
-
 // Every field the shape and calibration calls write, copied for a later comparison.
 struct GeometrySnapshot {
     ezossl::Point2 mic_position[4];
