@@ -33,10 +33,10 @@ struct Segment {
     double azimuth_deg = 0.0;
 };
 
-std::vector<Segment> Segments(const SceneSpec& spec, size_t keyframes) {
+std::vector<Segment> Segments(const SceneSetup& setup, size_t keyframes) {
     std::vector<Segment> segments;
     for (size_t k = 0; k < keyframes; ++k) {
-        const double azimuth = spec.trajectory.AzimuthAt(k * kKeyframeSeconds, spec.duration_s);
+        const double azimuth = setup.trajectory.AzimuthAt(k * kKeyframeSeconds, setup.duration_s);
         if (!segments.empty() && segments.back().azimuth_deg == azimuth) {
             segments.back().last_key = k;
         } else {
@@ -48,16 +48,16 @@ std::vector<Segment> Segments(const SceneSpec& spec, size_t keyframes) {
 
 class Renderer {
   public:
-    explicit Renderer(const SceneSpec& spec)
-        : spec_(spec),
-          mics_(MicrophonePositionsM(spec.array)),
-          speed_(SpeedOfSound(spec.temperature_c)),
-          samples_(static_cast<size_t>(std::llround(spec.duration_s * spec.sample_rate))),
-          keyframe_samples_(kKeyframeSeconds * spec.sample_rate) {
+    explicit Renderer(const SceneSetup& setup)
+        : setup_(setup),
+          mics_(MicrophonePositionsM(setup.array)),
+          speed_(SpeedOfSound(setup.temperature_c)),
+          samples_(static_cast<size_t>(std::llround(setup.duration_s * setup.sample_rate))),
+          keyframe_samples_(kKeyframeSeconds * setup.sample_rate) {
         double farthest = 0.0;
         for (const Vec2& m : mics_) farthest = std::max(farthest, std::hypot(m.x, m.y));
-        offset_ = kSincHalfWidth + std::ceil(farthest / speed_ * spec.sample_rate) + 1;
-        if (spec.room) reflection_ = WallReflection(*spec.room);
+        offset_ = kSincHalfWidth + std::ceil(farthest / speed_ * setup.sample_rate) + 1;
+        if (setup.room) reflection_ = WallReflection(*setup.room);
     }
 
     size_t Samples() const { return samples_; }
@@ -97,19 +97,19 @@ class Renderer {
     Responses ResponsesFor(double azimuth_deg) const {
         const Vec2 u = DirectionOf(azimuth_deg);
         Responses responses;
-        if (!spec_.room) {
+        if (!setup_.room) {
             // Far field: microphone m hears the plane wave earlier by (position . u) / c.
             for (int m = 0; m < kMicrophones; ++m) {
                 responses[m].assign(static_cast<size_t>(2 * offset_) + kSincHalfWidth + 2, 0.0);
-                AddFractionalImpulse(responses[m], offset_ - Dot(mics_[m], u) / speed_ * spec_.sample_rate, 1.0);
+                AddFractionalImpulse(responses[m], offset_ - Dot(mics_[m], u) / speed_ * setup_.sample_rate, 1.0);
             }
             return responses;
         }
-        const Room& room = *spec_.room;
+        const Room& room = *setup_.room;
         const Point3 centre{room.size.x / 2, room.size.y / 2, room.size.z * kArrayHeightShare};
-        const Point3 source{centre.x + spec_.source_distance_m * u.x, centre.y + spec_.source_distance_m * u.y, centre.z};
+        const Point3 source{centre.x + setup_.source_distance_m * u.x, centre.y + setup_.source_distance_m * u.y, centre.z};
         RequireInside(room, source, azimuth_deg);
-        const ResponseTiming timing{speed_, double(spec_.sample_rate), spec_.source_distance_m, offset_};
+        const ResponseTiming timing{speed_, double(setup_.sample_rate), setup_.source_distance_m, offset_};
         for (int m = 0; m < kMicrophones; ++m) {
             const Point3 mic{centre.x + mics_[m].x, centre.y + mics_[m].y, centre.z};
             responses[m] = RoomImpulseResponse(room, reflection_, source, mic, timing);
@@ -121,13 +121,13 @@ class Renderer {
         const bool inside = source.x > kWallClearance && source.x < room.size.x - kWallClearance &&
                             source.y > kWallClearance && source.y < room.size.y - kWallClearance;
         if (!inside) {
-            throw UsageError("--source-distance " + FormatNumber(spec_.source_distance_m) +
+            throw UsageError("--source-distance " + FormatNumber(setup_.source_distance_m) +
                              " m puts the source at azimuth " + FormatNumber(azimuth_deg) +
                              " deg outside the room; shorten it or enlarge --room");
         }
     }
 
-    const SceneSpec& spec_;
+    const SceneSetup& setup_;
     MicPositions mics_;
     double speed_;
     size_t samples_;
@@ -147,11 +147,11 @@ double Rms(const Channels& channels) {
 }
 
 // Scales to the requested level, adds independent noise per microphone, rounds to 16 bits.
-RenderedScene Quantise(const SceneSpec& spec, const Channels& clean) {
+RenderedScene Quantise(const SceneSetup& setup, const Channels& clean) {
     const double rms = Rms(clean);
-    const double scale = rms > 0 ? kFullScale * std::pow(10.0, spec.level_dbfs / 20.0) / rms : 0.0;
-    const double noise_rms = spec.snr_db ? rms * scale / std::pow(10.0, *spec.snr_db / 20.0) : 0.0;
-    std::mt19937_64 generator(spec.seed ^ kNoiseSeedOffset);
+    const double scale = rms > 0 ? kFullScale * std::pow(10.0, setup.level_dbfs / 20.0) / rms : 0.0;
+    const double noise_rms = setup.snr_db ? rms * scale / std::pow(10.0, *setup.snr_db / 20.0) : 0.0;
+    std::mt19937_64 generator(setup.seed ^ kNoiseSeedOffset);
     std::normal_distribution<double> normal(0.0, noise_rms > 0 ? noise_rms : 1.0);
     RenderedScene scene;
     const size_t samples = clean[0].size();
@@ -167,13 +167,13 @@ RenderedScene Quantise(const SceneSpec& spec, const Channels& clean) {
     return scene;
 }
 
-void RequirePlausible(const SceneSpec& spec) {
-    if (!(spec.duration_s > 0.0) || spec.duration_s > kMaxSeconds) {
-        throw UsageError("--duration must be more than 0 and at most 600 s, got " + FormatNumber(spec.duration_s));
+void RequirePlausible(const SceneSetup& setup) {
+    if (!(setup.duration_s > 0.0) || setup.duration_s > kMaxSeconds) {
+        throw UsageError("--duration must be more than 0 and at most 600 s, got " + FormatNumber(setup.duration_s));
     }
-    if (spec.level_dbfs > 0.0) throw UsageError("--level must be 0 dBFS or lower, got " + FormatNumber(spec.level_dbfs));
-    if (spec.room && !(spec.source_distance_m > 0.0)) {
-        throw UsageError("--source-distance must be greater than 0 m, got " + FormatNumber(spec.source_distance_m));
+    if (setup.level_dbfs > 0.0) throw UsageError("--level must be 0 dBFS or lower, got " + FormatNumber(setup.level_dbfs));
+    if (setup.room && !(setup.source_distance_m > 0.0)) {
+        throw UsageError("--source-distance must be greater than 0 m, got " + FormatNumber(setup.source_distance_m));
     }
 }
 
@@ -181,21 +181,21 @@ void RequirePlausible(const SceneSpec& spec) {
 
 double SpeedOfSound(double temperature_c) { return 331.0 + 0.6 * temperature_c; }
 
-RenderedScene RenderScene(const SceneSpec& spec) {
-    RequirePlausible(spec);
-    const Renderer renderer(spec);
-    const std::vector<double> source = MakeSourceSignal(spec.source, spec.sample_rate, renderer.Samples(), spec.seed);
+RenderedScene RenderScene(const SceneSetup& setup) {
+    RequirePlausible(setup);
+    const Renderer renderer(setup);
+    const std::vector<double> source = MakeSourceSignal(setup.source, setup.sample_rate, renderer.Samples(), setup.seed);
     Channels clean;
     for (auto& channel : clean) channel.assign(renderer.Samples(), 0.0);
     const size_t keyframes = renderer.Keyframes();
-    const std::vector<Segment> segments = Segments(spec, keyframes);
+    const std::vector<Segment> segments = Segments(setup, keyframes);
     for (const Segment& segment : segments) renderer.AddSegment(source, segment, keyframes, clean);
 
-    RenderedScene scene = Quantise(spec, clean);
+    RenderedScene scene = Quantise(setup, clean);
     for (const Segment& segment : segments) {
         // A change of position is heard half-way through its cross-fade, at its keyframe.
         const double start = segment.first_key * kKeyframeSeconds;
-        if (start < spec.duration_s) scene.truth.points.push_back({start, WrapAzimuth(segment.azimuth_deg)});
+        if (start < setup.duration_s) scene.truth.points.push_back({start, WrapAzimuth(segment.azimuth_deg)});
     }
     return scene;
 }

@@ -13,7 +13,7 @@
 
 namespace ezossl_tool {
 
-struct SceneSpec {
+struct SceneSetup {
     ArrayDescription array;
     uint32_t sample_rate = 16000;
     double duration_s = 5.0;
@@ -34,7 +34,7 @@ struct RenderedScene {
 };
 
 // Renders the scene; throws UsageError for scenes that cannot exist (source outside the room...).
-RenderedScene RenderScene(const SceneSpec& spec);
+RenderedScene RenderScene(const SceneSetup& setup);
 
 // 331 + 0.6 T m/s, the same law the library uses.
 double SpeedOfSound(double temperature_c);

@@ -24,26 +24,26 @@ constexpr double kSnrDb = 20.0;
 constexpr double kRt60 = 0.3;
 constexpr double kSourceDistanceM = 1.5;
 
-SceneSpec DemoScene() {
-    SceneSpec spec;
-    spec.array.kind = ArrayKind::kCircular;
-    spec.array.distance_cm = kDiameterCm;
-    spec.sample_rate = kRate;
-    spec.source.kind = SignalKind::kSpeech;
+SceneSetup DemoScene() {
+    SceneSetup setup;
+    setup.array.kind = ArrayKind::kCircular;
+    setup.array.distance_cm = kDiameterCm;
+    setup.sample_rate = kRate;
+    setup.source.kind = SignalKind::kSpeech;
     std::vector<TruthPoint> path;
     for (const double azimuth : kAzimuths) path.push_back({path.size() * kDwellSeconds, azimuth});
-    spec.duration_s = path.size() * kDwellSeconds;
-    spec.trajectory = Trajectory::Path(path);
-    spec.snr_db = kSnrDb;
-    spec.room = Room{};
-    spec.room->rt60_s = kRt60;
-    spec.source_distance_m = kSourceDistanceM;
-    return spec;
+    setup.duration_s = path.size() * kDwellSeconds;
+    setup.trajectory = Trajectory::Path(path);
+    setup.snr_db = kSnrDb;
+    setup.room = Room{};
+    setup.room->rt60_s = kRt60;
+    setup.source_distance_m = kSourceDistanceM;
+    return setup;
 }
 
-std::string SceneText(const SceneSpec& spec) {
-    const Point3& size = spec.room->size;
-    return "ezossl demo: " + Describe(spec.array) + ", " + std::to_string(spec.sample_rate) +
+std::string SceneText(const SceneSetup& setup) {
+    const Point3& size = setup.room->size;
+    return "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
            " Hz; speech-band noise visiting " + std::to_string(std::size(kAzimuths)) + " azimuths for " +
            FormatNumber(kDwellSeconds) + " s each; SNR " + FormatNumber(kSnrDb) + " dB; " + FormatNumber(size.x) +
            "x" + FormatNumber(size.y) + "x" + FormatNumber(size.z) + " m room, RT60 " + FormatNumber(kRt60) +
@@ -54,19 +54,19 @@ std::string SceneText(const SceneSpec& spec) {
 
 int RunDemo(const DemoOptions& options) {
     OutputFile plot_file(options.plot);
-    const SceneSpec spec = DemoScene();
-    std::fprintf(Console::Out(), "%s\n\n", SceneText(spec).c_str());
+    const SceneSetup setup = DemoScene();
+    std::fprintf(Console::Out(), "%s\n\n", SceneText(setup).c_str());
     std::fflush(Console::Out());
 
-    RenderedScene scene = RenderScene(spec);
-    MemorySource source(std::move(scene.interleaved), spec.sample_rate);
+    RenderedScene scene = RenderScene(setup);
+    MemorySource source(std::move(scene.interleaved), setup.sample_rate);
     LibrarySettings settings;
-    settings.array = spec.array;
-    settings.sample_rate = spec.sample_rate;
+    settings.array = setup.array;
+    settings.sample_rate = setup.sample_rate;
     const Localization localization = Localize(source, settings, "ezossl demo");
 
     DirectionPlot plot;
-    plot.title = "ezossl demo: " + Describe(spec.array) + ", " + std::to_string(spec.sample_rate) +
+    plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
                  " Hz, RT60 " + FormatNumber(kRt60) + " s, SNR " + FormatNumber(kSnrDb) + " dB";
     plot.localization = &localization;
     plot.truth = &scene.truth;

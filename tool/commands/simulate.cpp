@@ -40,32 +40,32 @@ std::optional<Room> MakeRoom(const SimulateOptions& options) {
     return room;
 }
 
-SceneSpec MakeScene(const SimulateOptions& options) {
+SceneSetup MakeScene(const SimulateOptions& options) {
     if (!IsSupportedRate(options.rate)) {
         throw UsageError("--rate " + std::to_string(options.rate) + " Hz is not one the library supports; choose " +
                          SupportedRatesText());
     }
-    SceneSpec spec;
-    spec.array = ParseArray(options.array.array, options.array.distance_cm);
-    spec.sample_rate = options.rate;
-    spec.source.kind = ParseSignalKind(options.signal);
-    spec.source.tone_hz = options.tone_hz;
-    spec.source.file = options.signal_file;
-    spec.duration_s = options.duration_s.value_or(options.signal_file ? SourceFileSeconds(*options.signal_file) : 5.0);
-    spec.trajectory = MakeTrajectory(options);
-    spec.snr_db = options.snr_db;
-    spec.room = MakeRoom(options);
-    spec.source_distance_m = options.source_distance_m;
-    spec.level_dbfs = options.level_dbfs;
-    spec.temperature_c = options.temperature_c;
-    spec.seed = options.seed;
-    return spec;
+    SceneSetup setup;
+    setup.array = ParseArray(options.array.array, options.array.distance_cm);
+    setup.sample_rate = options.rate;
+    setup.source.kind = ParseSignalKind(options.signal);
+    setup.source.tone_hz = options.tone_hz;
+    setup.source.file = options.signal_file;
+    setup.duration_s = options.duration_s.value_or(options.signal_file ? SourceFileSeconds(*options.signal_file) : 5.0);
+    setup.trajectory = MakeTrajectory(options);
+    setup.snr_db = options.snr_db;
+    setup.room = MakeRoom(options);
+    setup.source_distance_m = options.source_distance_m;
+    setup.level_dbfs = options.level_dbfs;
+    setup.temperature_c = options.temperature_c;
+    setup.seed = options.seed;
+    return setup;
 }
 
 }  // namespace
 
 int RunSimulate(const SimulateOptions& options) {
-    const SceneSpec spec = MakeScene(options);
+    const SceneSetup setup = MakeScene(options);
     const std::string truth_path = options.truth.value_or(DefaultTruthPath(options.output));
     if (options.signal_file) {
         RequireDistinctFiles(*options.signal_file, options.output);
@@ -75,8 +75,8 @@ int RunSimulate(const SimulateOptions& options) {
     OutputFile wav(options.output);
     OutputFile truth(truth_path);
 
-    const RenderedScene scene = RenderScene(spec);
-    WriteWav16(wav.TemporaryPath(), scene.interleaved, kMicrophones, spec.sample_rate);
+    const RenderedScene scene = RenderScene(setup);
+    WriteWav16(wav.TemporaryPath(), scene.interleaved, kMicrophones, setup.sample_rate);
     truth.WriteText(scene.truth.ToCsv());
     wav.Commit();
     truth.Commit();
@@ -84,7 +84,7 @@ int RunSimulate(const SimulateOptions& options) {
         Console::Warn(std::to_string(scene.clipped_samples) + " samples were clipped to 16 bits; lower --level");
     }
     std::fprintf(Console::Out(), "wrote %s (%s, %u Hz, %s s) and %s\n", options.output.c_str(),
-                 Describe(spec.array).c_str(), spec.sample_rate, FormatFixed(spec.duration_s, 2).c_str(),
+                 Describe(setup.array).c_str(), setup.sample_rate, FormatFixed(setup.duration_s, 2).c_str(),
                  truth_path.c_str());
     Console::FinishOutput();
     return kExitOk;
