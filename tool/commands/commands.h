@@ -1,0 +1,58 @@
+// The four subcommands: their options as parsed, and the functions that carry them out.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "audio_input.h"
+#include "library_options.h"
+
+namespace ezossl_tool {
+
+struct ArrayOptions {
+    std::string array;
+    std::optional<double> distance_cm;
+};
+
+// locate and delays share everything but what they print.
+struct AnalyseOptions {
+    AudioInputOptions input;
+    ArrayOptions array;
+    LibraryOptions library;
+    std::string format = "table";
+    std::optional<std::string> truth;   // locate only
+    std::optional<std::string> plot;    // locate only
+};
+
+struct SimulateOptions {
+    std::string output;
+    std::optional<std::string> truth;
+    ArrayOptions array;
+    uint32_t rate = 16000;
+    std::optional<double> duration_s;
+    std::string signal = "white";
+    std::optional<std::string> signal_file;
+    double tone_hz = 1000.0;
+    std::optional<double> azimuth_deg;
+    std::optional<std::string> sweep;
+    std::optional<std::string> path;
+    std::optional<double> snr_db;
+    std::optional<double> rt60_s;
+    std::string room = "5x4x3";
+    double source_distance_m = 1.5;
+    double level_dbfs = -26.0;
+    double temperature_c = 25.0;
+    uint64_t seed = 1;
+};
+
+struct DemoOptions {
+    std::string plot = "ezossl-demo.svg";
+};
+
+int RunLocate(const AnalyseOptions& options);
+int RunDelays(const AnalyseOptions& options);
+int RunSimulate(const SimulateOptions& options);
+int RunDemo(const DemoOptions& options);
+
+}  // namespace ezossl_tool

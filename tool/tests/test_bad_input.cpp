@@ -1,0 +1,179 @@
+// User mistakes: each ends with one line on standard error naming problem and fix, and an exit code.
+#include <sndfile.h>
+
+#include <string>
+#include <vector>
+
+#include "tool_test_support.h"
+
+namespace ezossl_tool_test {
+namespace {
+
+constexpr int kFailure = 1, kUsage = 2;
+
+struct BadInput {
+    const char* name;
+    std::vector<std::string> args;
+    int exit_code;
+    std::string message;   // the whole line after "ezossl: error: ", or its start when it ends in "..."
+};
+
+void PrintTo(const BadInput& input, std::ostream* out) { *out << input.name; }
+
+const std::vector<std::string> kUca = {"--array", "uca", "--distance", "6.5"};
+
+std::vector<std::string> Locate(const std::string& file, const std::vector<std::string>& extra = kUca) {
+    return Args({"locate", file}, extra);
+}
+
+std::vector<std::string> Simulate(const std::vector<std::string>& extra) { return Args({"simulate", "out.wav"}, extra); }
+
+const BadInput kBadInputs[] = {
+    // Files that cannot be used.
+    {"missing_file", Locate("nofile.wav"), kFailure, "cannot open \"nofile.wav\": no such file (check the path)"},
+    {"not_audio", Locate("notes.txt"), kFailure, "\"notes.txt\" is not a recording libsndfile can read (..."},
+    {"directory", Locate("."), kFailure, "\".\" is a directory, not a recording"},
+    {"two_channels", Locate("two.wav"), kFailure, "needs 4 channels, two.wav has 2; record all four microphones into one file"},
+    {"six_channels_without_map", Locate("six.wav"), kFailure,
+     "needs 4 channels, six.wav has 6; pick the microphones' channels with --map, e.g. --map 1,2,3,4"},
+    {"unsupported_rate", Locate("cd.wav"), kFailure,
+     "\"cd.wav\" is sampled at 44100 Hz, the library supports 8000, 16000, 32000 or 48000 Hz; resample it first, "
+     "e.g. sox cd.wav -r 48000 out-48000.wav"},
+    {"empty_recording", Locate("empty.wav"), kFailure, "\"empty.wav\" holds no samples; record some sound first"},
+    {"missing_truth", Args(Locate("good.wav"), {"--truth", "none.csv"}), kFailure,
+     "cannot open the truth file \"none.csv\" (check the path)"},
+    {"malformed_truth", Args(Locate("good.wav"), {"--truth", "notes.txt"}), kFailure,
+     "notes.txt line 1: expected \"time_s,azimuth_deg\" numbers, as ezossl simulate writes them"},
+    // Array descriptions.
+    {"too_few_positions", Locate("good.wav", {"--array", "1,2,3"}), kUsage,
+     "--array \"1,2,3\": found 3 numbers, need 8; expected ula, uca or four x,y positions in cm, e.g. --array \"0,0 4,0 4,4 0,4\""},
+    {"unknown_array", Locate("good.wav", {"--array", "circle"}), kUsage,
+     "--array \"circle\": \"circle\" is not a number; expected ula, uca or four x,y positions in cm, e.g. --array \"0,0 4,0 4,4 0,4\""},
+    {"zero_distance", Locate("good.wav", {"--array", "uca", "--distance", "0"}), kUsage,
+     "--distance must be greater than 0 cm (the diameter of the circle), got 0"},
+    {"negative_distance", Locate("good.wav", {"--array", "ula", "--distance", "-4"}), kUsage,
+     "--distance must be greater than 0 cm (the spacing of neighbouring microphones), got -4"},
+    {"missing_distance", Locate("good.wav", {"--array", "ula"}), kUsage,
+     "--array ula needs --distance CM, the spacing of neighbouring microphones"},
+    {"distance_with_positions", Locate("good.wav", {"--array", "0,0 4,0 4,4 0,4", "--distance", "4"}), kUsage,
+     "--distance does not apply to an array given by positions; leave it out"},
+    {"coincident_microphones", Locate("good.wav", {"--array", "0,0 4,0 4,4 4,0"}), kUsage,
+     "--array: microphones 1 and 3 are both at (4, 0) cm; give each microphone its own position"},
+    {"line_off_the_x_axis", Locate("good.wav", {"--array", "0,0 1,1 2,2 3,3"}), kUsage,
+     "--array: the four microphones lie on one line that is not the x axis; the library solves a line only along x, "
+     "so give them all the same y"},
+    {"array_too_wide", Locate("good.wav", {"--array", "ula", "--distance", "100"}), kUsage,
+     "the array spans 300.0 cm, which sound crosses in 139 samples at 16000 Hz; the library handles less than 124, "
+     "so use a smaller array or a lower rate"},
+    // Channel maps.
+    {"map_beyond_channels", Args(Locate("six.wav"), {"--map", "1,2,3,7"}), kUsage, "--map: six.wav has channels 1 to 6, not 7"},
+    {"map_repeats_channel", Args(Locate("six.wav"), {"--map", "1,2,2,3"}), kUsage,
+     "--map: channel 2 is given twice; each microphone needs its own channel"},
+    {"map_too_short", Args(Locate("six.wav"), {"--map", "1,2,3"}), kUsage,
+     "--map \"1,2,3\": give four channel numbers separated by commas, e.g. --map 1,2,3,4"},
+    // Library settings the library would clamp or wrap silently.
+    {"threshold_above_zero", Args(Locate("good.wav"), {"--threshold", "5"}), kUsage,
+     "--threshold must lie between -80 and 0 dB, got 5"},
+    {"temperature_below_zero", Args(Locate("good.wav"), {"--temperature", "-5"}), kUsage,
+     "--temperature must lie between 0 and 60 deg C, got -5"},
+    {"gain_too_large", Args(Locate("good.wav"), {"--gain", "200"}), kUsage, "--gain must lie between -120 and 120 dB, got 200"},
+    {"no_frames_per_vote", Args(Locate("good.wav"), {"--frames-per-vote", "0"}), kUsage,
+     "--frames-per-vote must lie between 1 and 1000000, got 0"},
+    {"plot_of_delays", Args(Locate("good.wav"), {"--bf-mode", "1", "--plot", "p.svg"}), kUsage,
+     "--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out"},
+    {"unknown_format", Args(Locate("good.wav"), {"--format", "xml"}), kUsage, "--format xml is not known; choose table, csv or json"},
+    // Headerless input.
+    {"raw_without_rate", Args(Locate("good.wav"), {"--raw", "--channels", "4"}), kUsage,
+     "--raw needs --rate HZ and --channels N, the file has no header to tell them"},
+    {"rate_without_raw", Args(Locate("good.wav"), {"--rate", "16000"}), kUsage,
+     "--rate and --channels describe headerless PCM; use them with --raw"},
+    {"raw_24_bits", Args(Locate("good.wav"), {"--raw", "--rate", "16000", "--channels", "4", "--bits", "24"}), kUsage,
+     "--bits 24 is not supported; headerless PCM must be 16 or 32 bits"},
+    // Outputs that cannot be written.
+    {"plot_unwritable", Args(Locate("good.wav"), {"--plot", "nodir/p.svg"}), kFailure,
+     "cannot write \"nodir/p.svg\": No such file or directory (choose a writable path)"},
+    {"plot_over_input", Args(Locate("good.wav"), {"--plot", "good.wav"}), kUsage,
+     "\"good.wav\" is also an input of this command; write the output elsewhere"},
+    {"recording_unwritable", {"simulate", "nodir/s.wav", "--array", "uca", "--distance", "6.5"}, kFailure,
+     "cannot write \"nodir/s.wav\": No such file or directory (choose a writable path)"},
+    {"demo_plot_unwritable", {"demo", "--plot", "nodir/demo.svg"}, kFailure,
+     "cannot write \"nodir/demo.svg\": No such file or directory (choose a writable path)"},
+    // Scenes that cannot exist.
+    {"simulate_unsupported_rate", Simulate(Args(kUca, {"--rate", "44100"})), kUsage,
+     "--rate 44100 Hz is not one the library supports; choose 8000, 16000, 32000 or 48000 Hz"},
+    {"simulate_unknown_signal", Simulate(Args(kUca, {"--signal", "brown"})), kUsage,
+     "--signal brown is not known; choose white, pink, speech or tone (or --signal-file FILE)"},
+    {"simulate_bad_sweep", Simulate(Args(kUca, {"--sweep", "0-90"})), kUsage,
+     "--sweep \"0-90\": give start and end azimuths in degrees, e.g. --sweep -90:270"},
+    {"simulate_path_backwards", Simulate(Args(kUca, {"--path", "0:0,2:90,1:180"})), kUsage,
+     "--path \"0:0,2:90,1:180\": times must increase from pair to pair"},
+    {"simulate_zero_duration", Simulate(Args(kUca, {"--duration", "0"})), kUsage,
+     "--duration must be more than 0 and at most 600 s, got 0"},
+    {"simulate_room_too_dry", Simulate(Args(kUca, {"--rt60", "0.05"})), kUsage,
+     "--rt60 0.05 s is shorter than a 5x4x3 m room can be; use at least 0.11 s or a larger room"},
+    {"simulate_source_outside_room", Simulate(Args(kUca, {"--rt60", "0.3", "--source-distance", "3", "--azimuth", "90"})),
+     kUsage, "--source-distance 3 m puts the source at azimuth 90 deg outside the room; shorten it or enlarge --room"},
+    {"simulate_bad_room", Simulate(Args(kUca, {"--rt60", "0.3", "--room", "5x4"})), kUsage,
+     "--room \"5x4\": give length, width and height in metres, e.g. --room 5x4x3"},
+    // The command line itself.
+    {"missing_file_argument", {"locate", "--array", "uca"}, kUsage, "FILE is required (see ezossl locate --help)"},
+    {"conflicting_positions", Simulate(Args(kUca, {"--azimuth", "3", "--sweep", "0:90"})), kUsage,
+     "--azimuth excludes --sweep (see ezossl simulate --help)"},
+    {"no_subcommand", {}, kUsage, "A subcommand is required (see ezossl --help)"},
+};
+
+class BadInputTest : public ToolTest, public ::testing::WithParamInterface<BadInput> {
+  protected:
+    void SetUp() override {
+        ToolTest::SetUp();
+        WriteFile("notes.txt", "these are notes, not audio\n");
+        WriteAudioOfShape("good.wav", 16000, 4, 4096);
+        WriteAudioOfShape("two.wav", 16000, 2, 4096);
+        WriteAudioOfShape("six.wav", 16000, 6, 4096);
+        WriteAudioOfShape("cd.wav", 44100, 4, 4096);
+        WriteAudioOfShape("empty.wav", 16000, 4, 0);
+    }
+
+    void WriteAudioOfShape(const std::string& name, int rate, int channels, size_t frames) {
+        Audio audio{rate, channels, std::vector<int16_t>(frames * channels, 0)};
+        for (size_t i = 0; i < audio.samples.size(); ++i) audio.samples[i] = static_cast<int16_t>((i * 7919) % 2001 - 1000);
+        WriteAudio(Path(name), audio, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    }
+};
+
+TEST_P(BadInputTest, EndsWithOneClearLineAndAnExitCode) {
+    const BadInput& input = GetParam();
+    const RunResult result = Run(input.args);
+    EXPECT_EQ(result.exit_code, input.exit_code);
+    EXPECT_EQ(result.out, "");
+    const std::vector<std::string> lines = Lines(result.err);
+    ASSERT_EQ(lines.size(), 1u) << result.err;
+    const std::string prefix = "ezossl: error: ";
+    const bool is_start = input.message.size() > 3 && input.message.compare(input.message.size() - 3, 3, "...") == 0;
+    if (is_start) {
+        EXPECT_EQ(lines[0].substr(0, prefix.size() + input.message.size() - 3),
+                  prefix + input.message.substr(0, input.message.size() - 3));
+    } else {
+        EXPECT_EQ(lines[0], prefix + input.message);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, BadInputTest, ::testing::ValuesIn(kBadInputs),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+using LostData = ToolTest;
+
+// A run that fails after reserving its outputs leaves the files that were there untouched and
+// no temporary files behind.
+TEST_F(LostData, FailedSimulateKeepsTheEarlierRecording) {
+    WriteFile("out.wav", "earlier recording");
+    const RunResult result = Run(Simulate(Args(kUca, {"--rt60", "0.3", "--source-distance", "3", "--azimuth", "90"})));
+    EXPECT_EQ(result.exit_code, kUsage);
+    EXPECT_EQ(ReadFile("out.wav"), "earlier recording");
+    EXPECT_FALSE(Exists("out.wav.tmp"));
+    EXPECT_FALSE(Exists("out.truth.csv"));
+    EXPECT_FALSE(Exists("out.truth.csv.tmp"));
+}
+
+}  // namespace
+}  // namespace ezossl_tool_test

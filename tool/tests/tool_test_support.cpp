@@ -1,0 +1,156 @@
+// Test helpers: the binary run through the shell with its streams captured in files.
+#include "tool_test_support.h"
+
+#include <sndfile.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace ezossl_tool_test {
+namespace {
+
+std::string ShellQuoted(const std::string& text) {
+    std::string quoted = "'";
+    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+std::string Slurp(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+}  // namespace
+
+std::vector<std::string> Args(std::vector<std::string> args, const std::vector<std::string>& extra) {
+    args.insert(args.end(), extra.begin(), extra.end());
+    return args;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> CsvColumns(const std::string& text) {
+    std::vector<std::string> columns;
+    const std::vector<std::string> lines = Lines(text);
+    if (lines.empty()) return columns;
+    std::istringstream header(lines[0]);
+    for (std::string column; std::getline(header, column, ',');) columns.push_back(column);
+    return columns;
+}
+
+std::vector<Row> ParseCsv(const std::string& text) {
+    const std::vector<std::string> columns = CsvColumns(text);
+    const std::vector<std::string> lines = Lines(text);
+    std::vector<Row> rows;
+    for (size_t i = 1; i < lines.size(); ++i) {
+        Row row;
+        std::istringstream fields(lines[i] + ",");
+        std::string field;
+        for (const std::string& column : columns) {
+            std::getline(fields, field, ',');
+            row[column] = field;
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+Audio ReadAudio(const std::string& path) {
+    SF_INFO info{};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    Audio audio;
+    if (!file) {
+        ADD_FAILURE() << "cannot read " << path << ": " << sf_strerror(nullptr);
+        return audio;
+    }
+    audio.sample_rate = info.samplerate;
+    audio.channels = info.channels;
+    audio.samples.resize(size_t(info.frames) * info.channels);
+    sf_readf_short(file, audio.samples.data(), info.frames);
+    sf_close(file);
+    return audio;
+}
+
+void WriteAudio(const std::string& path, const Audio& audio, int format) {
+    SF_INFO info{};
+    info.samplerate = audio.sample_rate;
+    info.channels = audio.channels;
+    info.format = format;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+    const sf_count_t frames = static_cast<sf_count_t>(audio.samples.size() / audio.channels);
+    const int subtype = format & SF_FORMAT_SUBMASK;
+    if (subtype == SF_FORMAT_FLOAT || subtype == SF_FORMAT_DOUBLE) {
+        // Floating-point files hold full scale as 1.0.
+        std::vector<float> normalised(audio.samples.begin(), audio.samples.end());
+        for (float& v : normalised) v /= 32768.0f;
+        EXPECT_EQ(sf_writef_float(file, normalised.data(), frames), frames);
+    } else {
+        // 16-bit values shifted to the top of 32 bits reach every integer width exactly.
+        std::vector<int> wide(audio.samples.begin(), audio.samples.end());
+        for (int& v : wide) v *= 65536;
+        EXPECT_EQ(sf_writef_int(file, wide.data(), frames), frames);
+    }
+    sf_close(file);
+}
+
+bool IsWellFormedSvg(const std::string& path) {
+    const std::string check =
+        "python3 -c \"import sys, xml.etree.ElementTree as E; "
+        "sys.exit(E.parse(sys.argv[1]).getroot().tag != '{http://www.w3.org/2000/svg}svg')\" " + ShellQuoted(path);
+    return std::system(check.c_str()) == 0;
+}
+
+void ToolTest::SetUp() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "ezossl-tool-test-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    dir_ = pattern;
+}
+
+void ToolTest::TearDown() {
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+}
+
+RunResult ToolTest::Run(const std::vector<std::string>& args) const {
+    std::string command = "cd " + ShellQuoted(dir_) + " && exec " + ShellQuoted(EZOSSL_BINARY);
+    for (const std::string& arg : args) command += " " + ShellQuoted(arg);
+    command += " >" + ShellQuoted(Path(".stdout")) + " 2>" + ShellQuoted(Path(".stderr")) + " </dev/null";
+    const int status = std::system(command.c_str());
+    RunResult result;
+    result.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.out = Slurp(Path(".stdout"));
+    result.err = Slurp(Path(".stderr"));
+    std::filesystem::remove(Path(".stdout"));
+    std::filesystem::remove(Path(".stderr"));
+    return result;
+}
+
+RunResult ToolTest::RunOk(const std::vector<std::string>& args) const {
+    RunResult result = Run(args);
+    std::string line = "ezossl";
+    for (const std::string& arg : args) line += " " + arg;
+    EXPECT_EQ(result.exit_code, 0) << line << "\n" << result.err;
+    return result;
+}
+
+std::string ToolTest::ReadFile(const std::string& name) const { return Slurp(Path(name)); }
+
+void ToolTest::WriteFile(const std::string& name, const std::string& content) const {
+    std::ofstream(Path(name), std::ios::binary) << content;
+}
+
+bool ToolTest::Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }
+
+}  // namespace ezossl_tool_test

@@ -1,0 +1,63 @@
+// Helpers for the tool's end-to-end tests: running the binary, temporary folders, CSV and audio files.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace ezossl_tool_test {
+
+struct RunResult {
+    int exit_code = -1;
+    std::string out;
+    std::string err;
+};
+
+using Row = std::map<std::string, std::string>;
+
+// Rows of a CSV text with a header line, by column name.
+std::vector<Row> ParseCsv(const std::string& text);
+// The header line's column names.
+std::vector<std::string> CsvColumns(const std::string& text);
+
+// The arguments followed by the extra ones.
+std::vector<std::string> Args(std::vector<std::string> args, const std::vector<std::string>& extra);
+
+// Lines of a text, without their line ends.
+std::vector<std::string> Lines(const std::string& text);
+
+struct Audio {
+    int sample_rate = 0;
+    int channels = 0;
+    std::vector<int16_t> samples;   // interleaved
+};
+
+Audio ReadAudio(const std::string& path);
+// format: an SF_FORMAT_* combination; samples are 16-bit values, scaled to the format's width.
+void WriteAudio(const std::string& path, const Audio& audio, int format);
+
+// Parses the file with Python's XML parser and checks that its root is an SVG element.
+bool IsWellFormedSvg(const std::string& path);
+
+// Each test gets its own temporary folder, where the binary runs.
+class ToolTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+    RunResult Run(const std::vector<std::string>& args) const;
+    // Runs and expects success; on failure the test stops with the tool's error output.
+    RunResult RunOk(const std::vector<std::string>& args) const;
+    std::string ReadFile(const std::string& name) const;
+    void WriteFile(const std::string& name, const std::string& content) const;
+    bool Exists(const std::string& name) const;
+
+  private:
+    std::string dir_;
+};
+
+}  // namespace ezossl_tool_test
