@@ -88,6 +88,19 @@ void RequireSolvableLine(const MicPositions& p) {
     }
 }
 
+// A pair whose second microphone lies at a smaller x than microphone 0 gets a negative delay
+// bound in the library, and then almost every frame of that pair is rejected.
+void RequireMicrophoneZeroLeftmost(const MicPositions& p) {
+    for (int i = 1; i < kMicrophones; ++i) {
+        if (p[i].x < p[0].x) {
+            throw UsageError("--array: microphone " + std::to_string(i) + " at " + PointText(p[i]) +
+                             " cm lies left of microphone 0 at " + PointText(p[0]) +
+                             " cm, and the library then finds no direction; number the microphones so that "
+                             "microphone 0 has the smallest x (reorder --array and --map alike)");
+        }
+    }
+}
+
 ArrayDescription ParsePositions(const std::string& text, std::optional<double> distance_cm) {
     const std::vector<double> numbers = ParseNumbers(text);
     if (numbers.size() != 2 * kMicrophones) {
@@ -102,6 +115,7 @@ ArrayDescription ParsePositions(const std::string& text, std::optional<double> d
     for (int i = 0; i < kMicrophones; ++i) array.positions_cm[i] = {numbers[2 * i], numbers[2 * i + 1]};
     RequireDistinctPositions(array.positions_cm);
     RequireSolvableLine(array.positions_cm);
+    RequireMicrophoneZeroLeftmost(array.positions_cm);
     return array;
 }
 

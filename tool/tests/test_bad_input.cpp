@@ -62,6 +62,9 @@ const BadInput kBadInputs[] = {
     {"line_off_the_x_axis", Locate("good.wav", {"--array", "0,0 1,1 2,2 3,3"}), kUsage,
      "--array: the four microphones lie on one line that is not the x axis; the library solves a line only along x, "
      "so give them all the same y"},
+    {"microphone_left_of_zero", Locate("good.wav", {"--array", "4,0 0,0 0,4 4,4"}), kUsage,
+     "--array: microphone 1 at (0, 0) cm lies left of microphone 0 at (4, 0) cm, and the library then finds no "
+     "direction; number the microphones so that microphone 0 has the smallest x (reorder --array and --map alike)"},
     {"array_too_wide", Locate("good.wav", {"--array", "ula", "--distance", "100"}), kUsage,
      "the array spans 300.0 cm, which sound crosses in 139 samples at 16000 Hz; the library handles less than 124, "
      "so use a smaller array or a lower rate"},
