@@ -4,7 +4,7 @@
 #include "core/gcc_phat.h"
 #include "core/gcc_phat_internal.h"
 #include "core/frame_input.h"
-#include "core/spectrum.h"
+#include "core/frame_fft.h"
 #include "core/ssl_handle.h"
 #include "signals.h"
 #include "test_support.h"

@@ -4,7 +4,7 @@
 #include "../core/frame_activity.h"
 #include "../core/frame_input.h"
 #include "../core/gcc_phat.h"
-#include "../core/spectrum.h"
+#include "../core/frame_fft.h"
 #include "../core/voting.h"
 #include "api_checks.h"
 #include "ezossl.h"

@@ -1,5 +1,5 @@
 // Per-frame spectral front end: window, forward real FFT, unpack into the spectrum bins.
-#include "spectrum.h"
+#include "frame_fft.h"
 
 #include <cstring>
 
