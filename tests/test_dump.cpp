@@ -1,7 +1,10 @@
-// Input-dump set-up at Init and Reset, and the close at Free.
+// The raw-input dump: set-up at Init and Reset, switching and writing while running, closing.
+#include <cstring>
 #include <filesystem>
+#include <memory>
 
 #include "core/ssl_handle.h"
+#include "signals.h"
 #include "test_support.h"
 
 namespace ezossl_test {
@@ -9,102 +12,163 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string DumpFile(const TempDir& dir, int m) { return dir.File("Audio_SSL_input_data" + std::to_string(m) + ".pcm"); }
+class Dump : public testing::Test {
+  protected:
+    void SetUp() override { path_ = std::make_unique<ScopedEnv>("AUDIO_DUMP_PATH", dir_.path()); }
+    void TearDown() override {
+        ScopedEnv on("AUDIO_SSL_DUMP", "1");
+        if (h_) EzoSsl_Free(h_);  // closes whatever is still open
+    }
+    void Ready() { h_ = ReadyHandle(buffer_, DefaultInit(), 1); }
 
-TEST(DumpSetUp, MissingDirectoryRefusesInitAndReset) {
+    // One Run on block `index` of a recognisable pattern.
+    uint32_t Run(int index, std::string* printed = nullptr) {
+        std::vector<int16_t> block(kBlockSamples * kChannels);
+        for (int n = 0; n < kBlockSamples; ++n) {
+            for (int c = 0; c < kChannels; ++c) block[4 * n + c] = Sample(index, n, c);
+        }
+        int32_t delays[3];
+        uint32_t status = 0;
+        const std::string out = CaptureOutput([&] { status = EzoSsl_Run(h_, block.data(), delays); });
+        if (printed) *printed = out;
+        return status;
+    }
+    static int16_t Sample(int index, int n, int c) { return static_cast<int16_t>(1000 * c + 7 * n - 300 * index); }
+
+    std::string File(int m) const { return dir_.File("Audio_SSL_input_data" + std::to_string(m) + ".pcm"); }
+    std::vector<int16_t> Dumped(int m) const {
+        std::fflush(nullptr);
+        const std::string bytes = ReadFile(File(m));
+        std::vector<int16_t> samples(bytes.size() / 2);
+        std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+        return samples;
+    }
+
+    TempDir dir_;
+    std::unique_ptr<ScopedEnv> path_;
+    WorkingBuffer buffer_;
+    SslHandle* h_ = nullptr;
+};
+
+TEST_F(Dump, MissingDirectoryRefusesInitAndReset) {
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
     ScopedEnv path("AUDIO_DUMP_PATH", "/nonexistent/ezossl-dumps");
     const SslInit init = DefaultInit();
-    const struct {
-        SslHandle* (*call)(void*, const SslInit*);
-        const char* message;
-    } cases[] = {
-        {EzoSsl_Init, "[ALGO_MSG_ERR] [SSL][Init]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n"},
-        {EzoSsl_Reset, "[ALGO_MSG_ERR] [SSL][Reset]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n"},
-    };
-    for (const auto& c : cases) {
-        WorkingBuffer buffer;
-        SslHandle* handle = buffer.handle();
-        EXPECT_EQ(CaptureOutput([&] { handle = c.call(buffer.data(), &init); }), InitPreamble() + c.message);
+    for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
+        const std::string label = call == EzoSsl_Init ? "Init" : "Reset";
+        SslHandle* handle = buffer_.handle();
+        EXPECT_EQ(CaptureOutput([&] { handle = call(buffer_.data(), &init); }),
+                  InitPreamble() + "[ALGO_MSG_ERR] [SSL][" + label +
+                      "]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n");
         EXPECT_EQ(handle, nullptr);
     }
 }
 
-TEST(DumpSetUp, UncreatableFileNamesItsIndex) {
-    TempDir dir;
-    fs::create_directory(DumpFile(dir, 2));  // a directory where file 2 should go
+TEST_F(Dump, UncreatableFileNamesItsIndexAndRefusesInit) {
+    fs::create_directory(File(2));  // a directory where file 2 should go
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    ScopedEnv path("AUDIO_DUMP_PATH", dir.path());
-    WorkingBuffer buffer;
     const SslInit init = DefaultInit();
-    SslHandle* handle = buffer.handle();
-    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer.data(), &init); }),
+    SslHandle* handle = buffer_.handle();
+    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer_.data(), &init); }),
               InitPreamble() + "[ALGO_MSG_ERR] [SSL] [Init] Fail! The dump input file 2 could not be open\n");
     EXPECT_EQ(handle, nullptr);
-    // Files 0 and 1 were opened before the failure; close them so the test does not leak.
-    for (int m = 0; m < 2; ++m) {
-        if (buffer.handle()->dump_file[m]) std::fclose(buffer.handle()->dump_file[m]);
-    }
+    h_ = buffer_.handle();  // files 0 and 1 stay open until the tear-down's Free
 }
 
-TEST(DumpSetUp, SwitchedOnInitCreatesFourEmptyFilesAndFreeClosesThem) {
-    TempDir dir;
-    ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    ScopedEnv path("AUDIO_DUMP_PATH", dir.path());
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    EXPECT_EQ(handle->dump_mode, 1);
-    for (int m = 0; m < 4; ++m) {
-        EXPECT_TRUE(fs::exists(DumpFile(dir, m))) << m;
-        EXPECT_EQ(fs::file_size(DumpFile(dir, m)), 0u) << m;
-        EXPECT_NE(handle->dump_file[m], nullptr) << m;
-    }
-    EXPECT_EQ(EzoSsl_Free(handle), SSL_RET_OK);
-    for (int m = 0; m < 4; ++m) EXPECT_EQ(handle->dump_file[m], nullptr) << m;
-    EXPECT_EQ(EzoSsl_Free(handle), SSL_RET_OK) << "a second Free finds nothing to close";
-}
-
-TEST(DumpSetUp, FreeClosesOnlyWhileTheSwitchStillReadsOne) {
-    TempDir dir;
-    WorkingBuffer buffer;
-    SslHandle* handle = nullptr;
+TEST_F(Dump, InitOpensFourFilesThatFreeClosesWhileTheSwitchReadsOne) {
     {
         ScopedEnv on("AUDIO_SSL_DUMP", "1");
-        ScopedEnv path("AUDIO_DUMP_PATH", dir.path());
-        handle = InitQuietly(buffer, DefaultInit());
+        Ready();
     }
-    EzoSsl_Free(handle);
-    EXPECT_NE(handle->dump_file[0], nullptr) << "switch gone: Free leaves the files";
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(fs::file_size(File(m)), 0u) << m;
+    EzoSsl_Free(h_);
+    EXPECT_NE(h_->dump_file[0], nullptr) << "switch gone: Free leaves the files";
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    EzoSsl_Free(handle);
-    EXPECT_EQ(handle->dump_file[0], nullptr);
+    EzoSsl_Free(h_);
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(h_->dump_file[m], nullptr) << m;
 }
 
-TEST(DumpSetUp, OffOrUnsetOpensNothing) {
-    TempDir dir;
-    ScopedEnv path("AUDIO_DUMP_PATH", dir.path());
-    for (const char* value : {"0", "off", ""}) {
-        ScopedEnv off("AUDIO_SSL_DUMP", value);
-        WorkingBuffer buffer;
-        SslHandle* handle = InitQuietly(buffer, DefaultInit());
-        EXPECT_EQ(handle->dump_mode, 0) << value;
-    }
-    EXPECT_TRUE(fs::is_empty(dir.path()));
-}
-
-TEST(DumpSetUp, DefaultDirectoryIsTheWorkingDirectory) {
-    TempDir dir;
+TEST_F(Dump, DefaultDirectoryIsTheWorkingDirectory) {
     const fs::path before = fs::current_path();
-    fs::current_path(dir.path());
+    fs::current_path(dir_.path());
     {
         ScopedEnv on("AUDIO_SSL_DUMP", "1");
         ScopedEnv path("AUDIO_DUMP_PATH", std::nullopt);
-        WorkingBuffer buffer;
-        SslHandle* handle = InitQuietly(buffer, DefaultInit());
-        EzoSsl_Free(handle);
+        Ready();
     }
     fs::current_path(before);
-    for (int m = 0; m < 4; ++m) EXPECT_TRUE(fs::exists(DumpFile(dir, m))) << m;
+    for (int m = 0; m < kChannels; ++m) EXPECT_TRUE(fs::exists(File(m))) << m;
+}
+
+TEST_F(Dump, EachFileHoldsItsChannelOfEverySuccessfulRun) {
+    ScopedEnv on("AUDIO_SSL_DUMP", "1");
+    Ready();
+    for (int i = 0; i < 10; ++i) ASSERT_EQ(Run(i), SSL_RET_OK);
+    for (int m = 0; m < kChannels; ++m) {
+        const auto samples = Dumped(m);
+        ASSERT_EQ(samples.size() * 2, 2560u) << m;
+        for (int i = 0; i < 10; ++i) {
+            for (int n = 0; n < kBlockSamples; ++n) ASSERT_EQ(samples[i * 128 + n], Sample(i, n, m)) << m << " " << i;
+        }
+    }
+}
+
+TEST_F(Dump, SwitchesOnAndOffBetweenRuns) {
+    Ready();
+    Run(0);
+    EXPECT_TRUE(fs::is_empty(dir_.path())) << "off at Init";
+    {
+        ScopedEnv on("AUDIO_SSL_DUMP", "1");
+        Run(1);
+        Run(2);
+        ScopedEnv off("AUDIO_SSL_DUMP", "0");
+        Run(3);
+        EXPECT_EQ(h_->dump_file[0], nullptr);
+    }
+    for (int m = 0; m < kChannels; ++m) {
+        const auto samples = Dumped(m);
+        ASSERT_EQ(samples.size(), 256u) << "blocks 1 and 2 only";
+        EXPECT_EQ(samples[128], Sample(2, 0, m));
+    }
+}
+
+TEST_F(Dump, RemovingTheVariableStopsWritingButKeepsTheMode) {
+    {
+        ScopedEnv on("AUDIO_SSL_DUMP", "1");
+        Ready();
+        Run(0);
+    }
+    Run(1);
+    Run(2);
+    EXPECT_EQ(h_->dump_mode, 1);
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(Dumped(m).size(), 128u) << m;
+}
+
+TEST_F(Dump, UnknownValueIsReportedOnceAndFramesGoOn) {
+    Ready();
+    ScopedEnv odd("AUDIO_SSL_DUMP", "3");
+    std::string printed;
+    EXPECT_EQ(Run(0, &printed), SSL_RET_OK);
+    EXPECT_EQ(printed, "[ALGO_MSG_ERR] [SSL] [Run] Fail! [EzoSsl_Run] Dump export error\t\n");
+    EXPECT_EQ(Run(1, &printed), SSL_RET_OK);
+    EXPECT_EQ(printed, "") << "the value is remembered";
+    EXPECT_TRUE(fs::is_empty(dir_.path()));
+}
+
+TEST_F(Dump, FilesThatCannotBeOpenedWhileRunningRefuseTheFrame) {
+    Ready();
+    Run(0);
+    fs::create_directory(File(1));
+    ScopedEnv on("AUDIO_SSL_DUMP", "1");
+    const float newest = h_->frame_buffer[0][255];
+    std::string printed;
+    EXPECT_EQ(Run(1, &printed), 0xFFFFFFFFu);
+    EXPECT_EQ(printed, "[ALGO_MSG_ERR] [SSL] [Run] Fail! The dump input file 1 could not be open\n");
+    EXPECT_EQ(h_->run_flag, 0);
+    EXPECT_EQ(h_->frame_buffer[0][255], newest) << "the frame was not processed";
+    // The mode is now 1: the next Run does not retry, it runs and writes to the open file 0.
+    EXPECT_EQ(Run(2), SSL_RET_OK);
+    EXPECT_EQ(Dumped(0).size(), 128u);
 }
 
 }  // namespace

@@ -73,49 +73,29 @@ TEST(MessageLevel, MissingFileGivesTheDefaultWithoutAnyMessage) {
     EXPECT_EQ(level, 7u);
 }
 
-TEST(MessageLevel, ErrorsOnlyLevelSilencesNotesAndWarnings) {
+TEST(MessageLevel, EachLevelLetsThroughItsKindsOfMessage) {
+    const std::string warning =
+        "[ALGO_MSG_WRN]  [SSL] [Config] Warning! The voting number direction_frame_num has been change!\t\n";
+    const std::string error = "[ALGO_MSG_ERR]  [SSL] [Config] Fail! Please call EzoSsl_Init first!\t\n";
+    const struct {
+        const char* file;
+        bool notes;
+        bool warnings;
+    } cases[] = {{kErrorsOnly, false, false}, {R"({"debug_level": 3})", false, true},
+                 {R"({"debug_level": 7})", true, true}, {R"({"debug_level": 15})", true, true}};
     TempDir dir;
-    ScopedEnv path("DML_PATH", dir.Write("audioAlgo.json", kErrorsOnly));
-    WorkingBuffer buffer;
-    const SslInit init = DefaultInit();
-    SslHandle* handle = nullptr;
-    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer.data(), &init); }), "");
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(handle->msg_level, 1u);
-
-    const SslConfig changed{25, -80, 64};
-    EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }), "") << "the warning is gated";
-    EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, nullptr); }),
-              "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The ssl_config is null!\t\n");
-    handle->init_flag = 0;
-    EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }),
-              "[ALGO_MSG_ERR]  [SSL] [Config] Fail! Please call EzoSsl_Init first!\t\n");
-    uint16_t major = 0;
-    uint16_t minor = 0;
-    EXPECT_EQ(CaptureOutput([&] { EzoSsl_GetAPIVersion(&major, &minor); }), "");
-}
-
-TEST(MessageLevel, WarningsLevelShowsWarningsButNoNotes) {
-    TempDir dir;
-    ScopedEnv path("DML_PATH", dir.Write("audioAlgo.json", R"({"debug_level": 3})"));
-    WorkingBuffer buffer;
-    const SslInit init = DefaultInit();
-    SslHandle* handle = nullptr;
-    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer.data(), &init); }), "");
-    const SslConfig changed{25, -80, 64};
-    EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }),
-              "[ALGO_MSG_WRN]  [SSL] [Config] Warning! The voting number direction_frame_num has been change!\t\n");
-}
-
-TEST(MessageLevel, FifteenPrintsTheSameAsSeven) {
-    auto init_output = [] {
+    for (const auto& c : cases) {
+        ScopedEnv path("DML_PATH", dir.Write("audioAlgo.json", c.file));
         WorkingBuffer buffer;
         const SslInit init = DefaultInit();
-        return CaptureOutput([&] { EzoSsl_Init(buffer.data(), &init); });
-    };
-    TempDir dir;
-    ScopedEnv path("DML_PATH", dir.Write("audioAlgo.json", R"({"debug_level": 15})"));
-    EXPECT_EQ(init_output(), InitPreamble());
+        SslHandle* handle = nullptr;
+        EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer.data(), &init); }), c.notes ? InitPreamble() : "")
+            << c.file;
+        const SslConfig changed{25, -80, 64};
+        EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }), c.warnings ? warning : "") << c.file;
+        handle->init_flag = 0;
+        EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }), error) << c.file;
+    }
 }
 
 }  // namespace
