@@ -4,7 +4,6 @@
 namespace ezossl_test {
 namespace {
 
-constexpr float kFourDecimals = 5e-5f;
 constexpr float kThreeDecimals = 5e-4f;
 
 TEST(CalParams, CircularArraysGetTheGuardedLeastSquaresMatrix) {

@@ -6,7 +6,6 @@
 namespace ezossl_test {
 namespace {
 
-constexpr float kFourDecimals = 5e-5f;
 constexpr float kCoordinateTolerance = 1e-7f;
 constexpr float kHalfPi = 1.5707963f;
 

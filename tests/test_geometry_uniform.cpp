@@ -6,7 +6,6 @@
 namespace ezossl_test {
 namespace {
 
-constexpr float kFourDecimals = 5e-5f;
 // Coordinates are single-precision products of centimetre-sized values.
 constexpr float kCoordinateTolerance = 1e-7f;
 

@@ -8,6 +8,9 @@
 
 namespace ezossl_test {
 
+// Worked values are printed to four decimals: half a unit in the last printed place.
+constexpr float kFourDecimals = 5e-5f;
+
 // A call's status together with everything it printed.
 struct Printed {
     uint32_t status;
