@@ -6,8 +6,10 @@ packages=(
   build-essential cmake pkg-config binutils
   libkissfft-dev libcjson-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libsndfile1-dev libcli11-dev
-  python3
+  libsndfile1-dev libcli11-dev libasound2-dev
+  libfftw3-dev
+  python3 python3-dev python3-numpy python3-pytest pybind11-dev
+  clang libclang-rt-14-dev
 )
 
 missing=()
