@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "audio_input.h"
-#include "library_options.h"
+#include "analysis/library_options.h"
+#include "io/audio_input.h"
 
 namespace ezossl_tool {
 

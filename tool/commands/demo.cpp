@@ -1,15 +1,15 @@
 // ezossl demo: a default scene simulated, localised by the library and scored against its truth.
-#include "accuracy.h"
-#include "block_source.h"
-#include "commands.h"
-#include "console.h"
-#include "errors.h"
-#include "localizer.h"
-#include "number_format.h"
-#include "output_file.h"
-#include "report.h"
-#include "scene.h"
-#include "svg_plot.h"
+#include "analysis/accuracy.h"
+#include "analysis/localizer.h"
+#include "cli/errors.h"
+#include "commands/commands.h"
+#include "io/block_source.h"
+#include "io/console.h"
+#include "io/output_file.h"
+#include "report/number_format.h"
+#include "report/report.h"
+#include "report/svg_plot.h"
+#include "simulation/scene.h"
 
 namespace ezossl_tool {
 namespace {
