@@ -26,8 +26,7 @@ std::string StatusCounts(const Localization& localization) {
 
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
                              bool linear) {
-    const double middle_s = period.start_s + 0.5 * period.frames * kBlockInstants / sample_rate;
-    const double azimuth = truth.AzimuthAt(middle_s);
+    const double azimuth = truth.AzimuthAt(period.MiddleSeconds(sample_rate));
     PeriodTruth result;
     result.truth_deg = linear ? FoldFrontBack(azimuth) : WrapAzimuth(azimuth);
     if (period.direction.degrees) result.error_deg = CircularDifference(*period.direction.degrees, result.truth_deg);

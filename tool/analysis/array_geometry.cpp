@@ -1,4 +1,4 @@
-// Parsing and checking array descriptions; microphone placement as the library defines it.
+// Parsing and checking array descriptions; the microphone positions they stand for.
 #include "analysis/array_geometry.h"
 
 #include <algorithm>
@@ -45,8 +45,8 @@ std::vector<double> ParseNumbers(const std::string& text) {
 std::string PointText(Vec2 p) { return "(" + FormatNumber(p.x) + ", " + FormatNumber(p.y) + ")"; }
 
 void RequireDistinctPositions(const MicPositions& p) {
-    for (int i = 0; i < kMicrophones; ++i) {
-        for (int j = i + 1; j < kMicrophones; ++j) {
+    for (int i = 0; i < EZOSSL_MIC_NUM; ++i) {
+        for (int j = i + 1; j < EZOSSL_MIC_NUM; ++j) {
             if (p[i].x == p[j].x && p[i].y == p[j].y) {
                 throw UsageError("--array: microphones " + std::to_string(i) + " and " + std::to_string(j) +
                                  " are both at " + PointText(p[i]) + " cm; give each microphone its own position");
@@ -70,7 +70,7 @@ double LargestDistance(const MicPositions& p) {
 bool AllOnOneLine(const MicPositions& p) {
     const double scale = LargestDistance(p);
     const Vec2 axis = Minus(p[1], p[0]);
-    for (int i = 2; i < kMicrophones; ++i) {
+    for (int i = 2; i < EZOSSL_MIC_NUM; ++i) {
         if (std::abs(Cross(axis, Minus(p[i], p[0]))) > kCollinearTolerance * scale * scale) return false;
     }
     return true;
@@ -91,7 +91,7 @@ void RequireSolvableLine(const MicPositions& p) {
 // A pair whose second microphone lies at a smaller x than microphone 0 gets a negative delay
 // bound in the library, and then almost every frame of that pair is rejected.
 void RequireMicrophoneZeroLeftmost(const MicPositions& p) {
-    for (int i = 1; i < kMicrophones; ++i) {
+    for (int i = 1; i < EZOSSL_MIC_NUM; ++i) {
         if (p[i].x < p[0].x) {
             throw UsageError("--array: microphone " + std::to_string(i) + " at " + PointText(p[i]) +
                              " cm lies left of microphone 0 at " + PointText(p[0]) +
@@ -103,7 +103,7 @@ void RequireMicrophoneZeroLeftmost(const MicPositions& p) {
 
 ArrayDescription ParsePositions(const std::string& text, std::optional<double> distance_cm) {
     const std::vector<double> numbers = ParseNumbers(text);
-    if (numbers.size() != 2 * kMicrophones) {
+    if (numbers.size() != 2 * EZOSSL_MIC_NUM) {
         throw UsageError("--array \"" + text + "\": found " + std::to_string(numbers.size()) +
                          " numbers, need 8; " + kArrayHint);
     }
@@ -112,7 +112,7 @@ ArrayDescription ParsePositions(const std::string& text, std::optional<double> d
     }
     ArrayDescription array;
     array.kind = ArrayKind::kArbitrary;
-    for (int i = 0; i < kMicrophones; ++i) array.positions_cm[i] = {numbers[2 * i], numbers[2 * i + 1]};
+    for (int i = 0; i < EZOSSL_MIC_NUM; ++i) array.positions_cm[i] = {numbers[2 * i], numbers[2 * i + 1]};
     RequireDistinctPositions(array.positions_cm);
     RequireSolvableLine(array.positions_cm);
     RequireMicrophoneZeroLeftmost(array.positions_cm);
@@ -141,15 +141,15 @@ MicPositions MicrophonePositionsM(const ArrayDescription& array) {
     const double d = array.distance_cm / kCmPerMetre;
     switch (array.kind) {
         case ArrayKind::kLinear:
-            for (int i = 0; i < kMicrophones; ++i) positions[i] = {(i - 1.5) * d, 0.0};
+            positions = UniformLinearPositions(d);
             break;
         case ArrayKind::kCircular:
-            positions = {Vec2{-d / 2, 0.0}, Vec2{0.0, d / 2}, Vec2{d / 2, 0.0}, Vec2{0.0, -d / 2}};
+            positions = UniformCircularPositions(d);
             break;
         case ArrayKind::kArbitrary: {
             Vec2 centre;
-            for (const Vec2& p : array.positions_cm) centre = {centre.x + p.x / kMicrophones, centre.y + p.y / kMicrophones};
-            for (int i = 0; i < kMicrophones; ++i) {
+            for (const Vec2& p : array.positions_cm) centre = {centre.x + p.x / EZOSSL_MIC_NUM, centre.y + p.y / EZOSSL_MIC_NUM};
+            for (int i = 0; i < EZOSSL_MIC_NUM; ++i) {
                 const Vec2 offset = Minus(array.positions_cm[i], centre);
                 positions[i] = {offset.x / kCmPerMetre, offset.y / kCmPerMetre};
             }

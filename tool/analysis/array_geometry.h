@@ -5,12 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "analysis/angles.h"
+#include "analysis/library_facts.h"
 
 namespace ezossl_tool {
-
-constexpr int kMicrophones = 4;
-using MicPositions = std::array<Vec2, kMicrophones>;
 
 enum class ArrayKind { kLinear, kCircular, kArbitrary };
 

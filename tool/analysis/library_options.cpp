@@ -3,21 +3,14 @@
 
 #include <cmath>
 
+#include "analysis/library_facts.h"
 #include "cli/errors.h"
 #include "report/number_format.h"
-#include "simulation/scene.h"
 
 namespace ezossl_tool {
 namespace {
 
-// The library takes the temperature as an unsigned number: below 0 it would wrap around.
-constexpr int kMinTemperature = 0, kMaxTemperature = 60;
-constexpr int kMinThreshold = -80, kMaxThreshold = 0;
 constexpr int kMaxFramesPerVote = 1000000;
-constexpr int kMaxGain = 120;
-// The library searches correlation peaks up to 3 samples beyond a pair's largest delay inside
-// a 256-lag window centred on 0, so no pair may span 124 samples or more.
-constexpr double kMaxPairDelaySamples = 124.0;
 
 void RequireWithin(const char* option, int value, int lowest, int highest, const char* unit) {
     if (value < lowest || value > highest) {
@@ -31,7 +24,7 @@ void RequireArrayFitsRate(const ArrayDescription& array, uint32_t sample_rate, i
     if (span >= kMaxPairDelaySamples) {
         throw UsageError("the array spans " + FormatFixed(ApertureM(array) * 100, 1) + " cm, which sound crosses in " +
                          FormatFixed(span, 0) + " samples at " + std::to_string(sample_rate) +
-                         " Hz; the library handles less than 124, so use a smaller array or a lower rate");
+                         " Hz; the library handles less than " + FormatNumber(kMaxPairDelaySamples) + ", so use a smaller array or a lower rate");
     }
 }
 
@@ -42,7 +35,7 @@ LibrarySettings MakeLibrarySettings(const LibraryOptions& options, const ArrayDe
     RequireWithin("--temperature", options.temperature_c, kMinTemperature, kMaxTemperature, " deg C");
     RequireWithin("--threshold", options.threshold_db, kMinThreshold, kMaxThreshold, " dB");
     RequireWithin("--frames-per-vote", options.frames_per_vote, 1, kMaxFramesPerVote, "");
-    if (options.gain_db) RequireWithin("--gain", *options.gain_db, -kMaxGain, kMaxGain, " dB");
+    if (options.gain_db) RequireWithin("--gain", *options.gain_db, -kMaxGainDb, kMaxGainDb, " dB");
     RequireWithin("--bf-mode", options.bf_mode, 0, 1, "");
     RequireArrayFitsRate(array, sample_rate, options.temperature_c);
 

@@ -8,9 +8,9 @@
 namespace ezossl_tool {
 
 struct LibraryOptions {
-    int temperature_c = 25;
-    int threshold_db = -60;
-    int frames_per_vote = 32;
+    int temperature_c = kDefaultTemperatureC;
+    int threshold_db = kDefaultThresholdDb;
+    int frames_per_vote = kDefaultFramesPerVote;
     std::optional<int> gain_db;
     int bf_mode = 0;
 };

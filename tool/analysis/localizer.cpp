@@ -6,9 +6,13 @@
 
 namespace ezossl_tool {
 
-double Localization::PeriodSeconds() const { return double(frames_per_vote) * kBlockInstants / sample_rate; }
+double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
+    return start_s + 0.5 * frames * EZOSSL_POINT_NUMBER / sample_rate;
+}
 
-double Localization::DurationSeconds() const { return double(frames.size()) * kBlockInstants / sample_rate; }
+double Localization::PeriodSeconds() const { return double(frames_per_vote) * EZOSSL_POINT_NUMBER / sample_rate; }
+
+double Localization::DurationSeconds() const { return double(frames.size()) * EZOSSL_POINT_NUMBER / sample_rate; }
 
 Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label) {
     SslSession session(settings);
@@ -24,7 +28,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
         const double start_s = double(done) / result.sample_rate;
         if (period.frames == 0) period.start_s = start_s;
         result.frames.push_back({start_s, session.Run(block)});
-        result.padded_instants = kBlockInstants - real;
+        result.padded_instants = EZOSSL_POINT_NUMBER - real;
         done += real;
         progress.Update(done);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {

@@ -20,6 +20,9 @@ struct PeriodResult {
     double start_s = 0.0;
     int frames = 0;
     PeriodDirection direction;
+
+    // The instant the period's truth is taken at.
+    double MiddleSeconds(uint32_t sample_rate) const;
 };
 
 struct Localization {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "analysis/array_geometry.h"
+#include "analysis/library_facts.h"
 #include "io/block_source.h"
 
 namespace ezossl_tool {
@@ -16,9 +17,9 @@ namespace ezossl_tool {
 struct LibrarySettings {
     ArrayDescription array;
     uint32_t sample_rate = 16000;
-    uint32_t temperature_c = 25;
-    int32_t threshold_db = -60;
-    int32_t frames_per_vote = 32;
+    uint32_t temperature_c = kDefaultTemperatureC;
+    int32_t threshold_db = kDefaultThresholdDb;
+    int32_t frames_per_vote = kDefaultFramesPerVote;
     std::optional<int32_t> gain_db;   // applied to every block before Run when given
     bool delays_only = false;         // bf_mode 1: per-frame delays, no directions
 };
@@ -57,8 +58,5 @@ class SslSession {
     double gain_factor_ = 1.0;
     int64_t wrapped_samples_ = 0;
 };
-
-// "OK", "SIGNAL_TOO_WEAK", ... (the status constant without its SSL_RET_ prefix).
-std::string StatusName(uint32_t status);
 
 }  // namespace ezossl_tool

@@ -42,7 +42,7 @@ struct SimulateOptions {
     std::string room = "5x4x3";
     double source_distance_m = 1.5;
     double level_dbfs = -26.0;
-    double temperature_c = 25.0;
+    double temperature_c = kDefaultTemperatureC;
     uint64_t seed = 1;
 };
 

@@ -17,8 +17,8 @@ namespace {
 // A typical smart-speaker set-up: 6.5 cm circular array at 16 kHz in an ordinary room.
 constexpr double kDiameterCm = 6.5;
 constexpr uint32_t kRate = 16000;
-// Each position lasts eight voting periods of 32 frames, so periods do not straddle moves.
-constexpr double kDwellSeconds = 8 * 32 * 128 / double(kRate);
+// Each position lasts eight voting periods, so periods do not straddle moves.
+constexpr double kDwellSeconds = 8 * kDefaultFramesPerVote * EZOSSL_POINT_NUMBER / double(kRate);
 constexpr double kAzimuths[] = {0, 90, 180, -90, 45, 135, 225, -45};
 constexpr double kSnrDb = 20.0;
 constexpr double kRt60 = 0.3;

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "analysis/sample_rates.h"
+#include "analysis/library_facts.h"
 #include "cli/errors.h"
 #include "io/channel_map.h"
 #include "io/console.h"
@@ -21,9 +21,8 @@ namespace fs = std::filesystem;
 
 // libsndfile delivers every format as floats in [-1, 1) (integers scaled by their full scale),
 // so one conversion serves 16-bit, 24-bit, 32-bit and float recordings alike.
-constexpr double kInt16Scale = 32768.0;
-constexpr double kInt16Max = 32767.0;
-constexpr double kInt16Min = -32768.0;
+constexpr double kInt16Max = kSampleFullScale - 1;
+constexpr double kInt16Min = -kSampleFullScale;
 
 std::string Quoted(const std::string& path) { return "\"" + path + "\""; }
 
@@ -69,14 +68,14 @@ void RequireSupportedRate(uint32_t rate, const std::string& path) {
 class SndfileSource : public BlockSource {
   public:
     SndfileSource(SNDFILE* file, const SF_INFO& info, const ChannelMap& map)
-        : file_(file), info_(info), map_(map), frames_(size_t(kBlockInstants) * info.channels) {}
+        : file_(file), info_(info), map_(map), frames_(size_t(EZOSSL_POINT_NUMBER) * info.channels) {}
     ~SndfileSource() override { sf_close(file_); }
 
     int NextBlock(Block& block) override {
-        const sf_count_t got = sf_readf_float(file_, frames_.data(), kBlockInstants);
-        for (int n = 0; n < kBlockInstants; ++n) {
-            for (int mic = 0; mic < kMicrophones; ++mic) {
-                block[n * kMicrophones + mic] = n < got ? ToInt16(frames_[n * info_.channels + map_[mic]]) : 0;
+        const sf_count_t got = sf_readf_float(file_, frames_.data(), EZOSSL_POINT_NUMBER);
+        for (int n = 0; n < EZOSSL_POINT_NUMBER; ++n) {
+            for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
+                block[n * EZOSSL_MIC_NUM + mic] = n < got ? ToInt16(frames_[n * info_.channels + map_[mic]]) : 0;
             }
         }
         return static_cast<int>(got);
@@ -87,7 +86,7 @@ class SndfileSource : public BlockSource {
 
   private:
     int16_t ToInt16(float sample) {
-        const double scaled = std::nearbyint(double(sample) * kInt16Scale);
+        const double scaled = std::nearbyint(double(sample) * kSampleFullScale);
         if (scaled > kInt16Max || scaled < kInt16Min) {
             ++clipped_;
             return static_cast<int16_t>(scaled > 0 ? kInt16Max : kInt16Min);

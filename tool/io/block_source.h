@@ -10,7 +10,6 @@
 
 namespace ezossl_tool {
 
-constexpr int kBlockInstants = EZOSSL_POINT_NUMBER;
 using Block = std::array<int16_t, EZOSSL_POINT_NUMBER * EZOSSL_MIC_NUM>;
 
 class BlockSource {

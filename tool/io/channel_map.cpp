@@ -22,16 +22,16 @@ std::vector<long> ParseChannelNumbers(const std::string& text) {
         if (item.empty() || *end != '\0') throw UsageError("--map \"" + text + "\": " + kMapHint);
         numbers.push_back(number);
     }
-    if (numbers.size() != kMicrophones) throw UsageError("--map \"" + text + "\": " + kMapHint);
+    if (numbers.size() != EZOSSL_MIC_NUM) throw UsageError("--map \"" + text + "\": " + kMapHint);
     return numbers;
 }
 
 ChannelMap IdentityMap(int channels, const std::string& file) {
-    if (channels < kMicrophones) {
+    if (channels < EZOSSL_MIC_NUM) {
         throw RunError("needs 4 channels, " + file + " has " + std::to_string(channels) +
                        "; record all four microphones into one file");
     }
-    if (channels > kMicrophones) {
+    if (channels > EZOSSL_MIC_NUM) {
         throw RunError("needs 4 channels, " + file + " has " + std::to_string(channels) +
                        "; pick the microphones' channels with --map, e.g. --map 1,2,3,4");
     }
@@ -44,7 +44,7 @@ ChannelMap ResolveChannelMap(const std::optional<std::string>& map_text, int cha
     if (!map_text) return IdentityMap(channels, file);
     const std::vector<long> numbers = ParseChannelNumbers(*map_text);
     ChannelMap map{};
-    for (int mic = 0; mic < kMicrophones; ++mic) {
+    for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
         const long channel = numbers[mic];
         if (channel < 1 || channel > channels) {
             throw UsageError("--map: " + file + " has channels 1 to " + std::to_string(channels) + ", not " +

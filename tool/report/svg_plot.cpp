@@ -109,7 +109,7 @@ void TruthLine(std::ostringstream& svg, const Canvas& canvas, const DirectionPlo
 void Estimates(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot& plot) {
     const Localization& run = *plot.localization;
     for (const PeriodResult& period : run.periods) {
-        const double middle = period.start_s + 0.5 * period.frames * kBlockInstants / run.sample_rate;
+        const double middle = period.MiddleSeconds(run.sample_rate);
         const std::string tip = "<title>" + FormatFixed(period.start_s, 3) + " s: " +
                                 StatusName(period.direction.status) + "</title>";
         if (period.direction.degrees) {

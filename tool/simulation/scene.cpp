@@ -7,6 +7,7 @@
 #include <cmath>
 #include <random>
 
+#include "analysis/library_facts.h"
 #include "cli/errors.h"
 #include "report/number_format.h"
 #include "simulation/fft_tools.h"
@@ -20,13 +21,12 @@ namespace {
 constexpr double kKeyframeSeconds = 0.05;
 constexpr double kArrayHeightShare = 0.4;   // array and source at 40 % of the room height
 constexpr double kWallClearance = 0.1;      // m between the source and any wall
-constexpr double kFullScale = 32768.0;
 // Rendering holds the whole scene in memory: ten minutes at 48 kHz take about 1.5 GB.
 constexpr double kMaxSeconds = 600.0;
 constexpr uint64_t kNoiseSeedOffset = 0x9E3779B97F4A7C15ull;
 
-using Responses = std::array<std::vector<double>, kMicrophones>;
-using Channels = std::array<std::vector<double>, kMicrophones>;
+using Responses = std::array<std::vector<double>, EZOSSL_MIC_NUM>;
+using Channels = std::array<std::vector<double>, EZOSSL_MIC_NUM>;
 
 struct Segment {
     size_t first_key = 0, last_key = 0;   // keyframes with this azimuth
@@ -71,7 +71,7 @@ class Renderer {
         std::vector<double> piece(end - begin);
         for (size_t i = 0; i < piece.size(); ++i) piece[i] = source[begin + i] * Weight(begin + i, segment, keyframes);
         const Responses responses = ResponsesFor(segment.azimuth_deg);
-        for (int m = 0; m < kMicrophones; ++m) {
+        for (int m = 0; m < EZOSSL_MIC_NUM; ++m) {
             const std::vector<double> heard = Convolve(piece, responses[m]);
             for (size_t k = 0; k < heard.size(); ++k) {
                 const long t = long(begin + k) - long(offset_);
@@ -99,7 +99,7 @@ class Renderer {
         Responses responses;
         if (!setup_.room) {
             // Far field: microphone m hears the plane wave earlier by (position . u) / c.
-            for (int m = 0; m < kMicrophones; ++m) {
+            for (int m = 0; m < EZOSSL_MIC_NUM; ++m) {
                 responses[m].assign(static_cast<size_t>(2 * offset_) + kSincHalfWidth + 2, 0.0);
                 AddFractionalImpulse(responses[m], offset_ - Dot(mics_[m], u) / speed_ * setup_.sample_rate, 1.0);
             }
@@ -110,7 +110,7 @@ class Renderer {
         const Point3 source{centre.x + setup_.source_distance_m * u.x, centre.y + setup_.source_distance_m * u.y, centre.z};
         RequireInside(room, source, azimuth_deg);
         const ResponseTiming timing{speed_, double(setup_.sample_rate), setup_.source_distance_m, offset_};
-        for (int m = 0; m < kMicrophones; ++m) {
+        for (int m = 0; m < EZOSSL_MIC_NUM; ++m) {
             const Point3 mic{centre.x + mics_[m].x, centre.y + mics_[m].y, centre.z};
             responses[m] = RoomImpulseResponse(room, reflection_, source, mic, timing);
         }
@@ -149,19 +149,19 @@ double Rms(const Channels& channels) {
 // Scales to the requested level, adds independent noise per microphone, rounds to 16 bits.
 RenderedScene Quantise(const SceneSetup& setup, const Channels& clean) {
     const double rms = Rms(clean);
-    const double scale = rms > 0 ? kFullScale * std::pow(10.0, setup.level_dbfs / 20.0) / rms : 0.0;
+    const double scale = rms > 0 ? kSampleFullScale * std::pow(10.0, setup.level_dbfs / 20.0) / rms : 0.0;
     const double noise_rms = setup.snr_db ? rms * scale / std::pow(10.0, *setup.snr_db / 20.0) : 0.0;
     std::mt19937_64 generator(setup.seed ^ kNoiseSeedOffset);
     std::normal_distribution<double> normal(0.0, noise_rms > 0 ? noise_rms : 1.0);
     RenderedScene scene;
     const size_t samples = clean[0].size();
-    scene.interleaved.resize(samples * kMicrophones);
+    scene.interleaved.resize(samples * EZOSSL_MIC_NUM);
     for (size_t n = 0; n < samples; ++n) {
-        for (int m = 0; m < kMicrophones; ++m) {
+        for (int m = 0; m < EZOSSL_MIC_NUM; ++m) {
             const double value = std::nearbyint(clean[m][n] * scale + (noise_rms > 0 ? normal(generator) : 0.0));
-            const double limited = std::clamp(value, -kFullScale, kFullScale - 1);
+            const double limited = std::clamp(value, -kSampleFullScale, kSampleFullScale - 1);
             scene.clipped_samples += limited != value;
-            scene.interleaved[n * kMicrophones + m] = static_cast<int16_t>(limited);
+            scene.interleaved[n * EZOSSL_MIC_NUM + m] = static_cast<int16_t>(limited);
         }
     }
     return scene;
@@ -178,8 +178,6 @@ void RequirePlausible(const SceneSetup& setup) {
 }
 
 }  // namespace
-
-double SpeedOfSound(double temperature_c) { return 331.0 + 0.6 * temperature_c; }
 
 RenderedScene RenderScene(const SceneSetup& setup) {
     RequirePlausible(setup);

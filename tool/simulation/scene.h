@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "analysis/array_geometry.h"
+#include "analysis/library_facts.h"
 #include "analysis/truth_track.h"
 #include "simulation/room_acoustics.h"
 #include "simulation/source_signal.h"
@@ -23,7 +24,7 @@ struct SceneSetup {
     std::optional<Room> room;            // none: anechoic far field (plane waves)
     double source_distance_m = 1.5;      // only in a room
     double level_dbfs = -26.0;           // RMS of the source at the microphones
-    double temperature_c = 25.0;         // sets the speed of sound
+    double temperature_c = kDefaultTemperatureC;   // sets the speed of sound
     uint64_t seed = 1;
 };
 
@@ -35,8 +36,5 @@ struct RenderedScene {
 
 // Renders the scene; throws UsageError for scenes that cannot exist (source outside the room...).
 RenderedScene RenderScene(const SceneSetup& setup);
-
-// 331 + 0.6 T m/s, the same law the library uses.
-double SpeedOfSound(double temperature_c);
 
 }  // namespace ezossl_tool
