@@ -109,7 +109,7 @@ TEST_F(Formats, DelaysArePerFrameWithTheSignOfTheLeadingMicrophone) {
         for (int p = 1; p <= 3; ++p) {
             const std::string& delay = row.at("delay_0" + std::to_string(p));
             ASSERT_FALSE(delay.empty()) << "frame " << row.at("frame");
-            EXPECT_LT(std::abs(std::stoi(delay) - p * 0.04 / 346 * 16000), 1.0) << "frame " << row.at("frame");
+            EXPECT_LT(std::abs(std::stoi(delay) - p * 0.04 / kSpeedOfSound * 16000), 1.0) << "frame " << row.at("frame");
         }
     }
     EXPECT_EQ(result.err, "note: the last block was completed with 64 zero samples per channel\n");
