@@ -10,13 +10,13 @@
 namespace ezossl_tool {
 namespace {
 
-std::string Percent(int part, int whole) {
+std::string Percent(int64_t part, int64_t whole) {
     return whole == 0 ? "-" : FormatFixed(100.0 * part / whole, 1) + " %";
 }
 
 std::string StatusCounts(const Localization& localization) {
-    std::map<std::string, int> counts;
-    for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
+    std::map<std::string, int64_t> counts;
+    for (const auto& [status, count] : localization.status_counts) counts[StatusName(status)] += count;
     std::string text;
     for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
     return text;
@@ -52,9 +52,8 @@ AccuracySummary Summarize(const Localization& localization, const TruthTrack& tr
 
 std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear) {
     std::vector<std::string> lines;
-    int with_direction = 0;
-    for (const PeriodResult& period : localization.periods) with_direction += period.direction.degrees.has_value();
-    const int periods = static_cast<int>(localization.periods.size());
+    const int64_t with_direction = localization.with_direction;
+    const int64_t periods = localization.period_count;
     lines.push_back("periods: " + std::to_string(periods) + " of " + FormatFixed(localization.PeriodSeconds(), 3) +
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
                     "); " + StatusCounts(localization));

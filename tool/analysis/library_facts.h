@@ -51,6 +51,9 @@ bool ClosesVotingPeriod(uint32_t status);
 // "OK", "SIGNAL_TOO_WEAK", ... (the status constant without its SSL_RET_ prefix).
 std::string StatusName(uint32_t status);
 
+// The sample rates the library accepts.
+constexpr std::array<uint32_t, 4> kSupportedRates = {8000, 16000, 32000, 48000};
+
 bool IsSupportedRate(uint32_t rate);
 // "8000, 16000, 32000 or 48000 Hz"
 std::string SupportedRatesText();

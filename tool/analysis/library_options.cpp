@@ -30,6 +30,13 @@ void RequireArrayFitsRate(const ArrayDescription& array, uint32_t sample_rate, i
 
 }  // namespace
 
+void RequireLibraryRate(uint32_t rate) {
+    if (!IsSupportedRate(rate)) {
+        throw UsageError("--rate " + std::to_string(rate) + " Hz is not one the library supports; choose " +
+                         SupportedRatesText());
+    }
+}
+
 LibrarySettings MakeLibrarySettings(const LibraryOptions& options, const ArrayDescription& array,
                                     uint32_t sample_rate) {
     RequireWithin("--temperature", options.temperature_c, kMinTemperature, kMaxTemperature, " deg C");

@@ -15,6 +15,9 @@ struct LibraryOptions {
     int bf_mode = 0;
 };
 
+// Refuses a --rate the library does not support; throws UsageError.
+void RequireLibraryRate(uint32_t rate);
+
 // Checks every value against what the library accepts (it would clamp or wrap some silently)
 // and that the array fits the library's delay search at this rate; throws UsageError.
 LibrarySettings MakeLibrarySettings(const LibraryOptions& options, const ArrayDescription& array,

@@ -2,6 +2,7 @@
 #include "analysis/localizer.h"
 
 #include "io/progress.h"
+#include "io/stop_request.h"
 #include "report/number_format.h"
 
 namespace ezossl_tool {
@@ -12,11 +13,28 @@ double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
 
 double Localization::PeriodSeconds() const { return double(frames_per_vote) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-double Localization::DurationSeconds() const { return double(frames.size()) * EZOSSL_POINT_NUMBER / sample_rate; }
+double Localization::DurationSeconds() const { return double(frame_count) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label) {
+namespace {
+
+void ClosePeriod(SslSession& session, PeriodResult& period, Localization& result, ResultSink& sink,
+                 bool keep_periods) {
+    period.direction = session.CloseVotingPeriod();
+    result.last_period = period;
+    ++result.period_count;
+    result.with_direction += period.direction.degrees.has_value();
+    ++result.status_counts[period.direction.status];
+    if (keep_periods) result.periods.push_back(period);
+    sink.OnPeriod(period, result);
+    period.frames = 0;
+}
+
+}  // namespace
+
+Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
+                      const LocalizeOptions& options) {
     SslSession session(settings);
-    Progress progress(progress_label, source.TotalInstants(), source.SampleRate());
+    Progress progress(options.progress_label, source.TotalInstants(), source.SampleRate());
     Localization result;
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
@@ -24,26 +42,24 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
     Block block;
     int64_t done = 0;
     PeriodResult period;
-    for (int real = source.NextBlock(block); real > 0; real = source.NextBlock(block)) {
-        const double start_s = double(done) / result.sample_rate;
-        if (period.frames == 0) period.start_s = start_s;
-        result.frames.push_back({start_s, session.Run(block)});
+    for (int real = 0; !StopRequested() && (real = source.NextBlock(block)) > 0;) {
+        FrameResult frame;
+        frame.index = result.frame_count++;
+        frame.start_s = double(done) / result.sample_rate;
+        if (period.frames == 0) period.start_s = frame.start_s;
+        frame.delays = session.Run(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
+        result.clipped_samples = source.ClippedSamples();
+        result.overruns = source.Overruns();
+        result.wrapped_samples = session.WrappedSamples();
+        sink.OnFrame(frame, result);
         done += real;
         progress.Update(done);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
-            period.direction = session.CloseVotingPeriod();
-            result.periods.push_back(period);
-            period.frames = 0;
+            ClosePeriod(session, period, result, sink, options.keep_periods);
         }
     }
-    // A last, shorter period still gets its vote; the notes say how short it was.
-    if (period.frames > 0) {
-        period.direction = session.CloseVotingPeriod();
-        result.periods.push_back(period);
-    }
-    result.clipped_samples = source.ClippedSamples();
-    result.wrapped_samples = session.WrappedSamples();
+    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, period, result, sink, options.keep_periods);
     return result;
 }
 
@@ -53,10 +69,10 @@ std::vector<std::string> InputNotes(const Localization& localization) {
         notes.push_back("the last block was completed with " + std::to_string(localization.padded_instants) +
                         " zero samples per channel");
     }
-    if (!localization.periods.empty() && localization.periods.back().frames < localization.frames_per_vote) {
-        const PeriodResult& last = localization.periods.back();
-        notes.push_back("the last period (from " + FormatFixed(last.start_s, 3) + " s) has only " +
-                        std::to_string(last.frames) + " of " + std::to_string(localization.frames_per_vote) +
+    const std::optional<PeriodResult>& last = localization.last_period;
+    if (last && last->frames < localization.frames_per_vote) {
+        notes.push_back("the last period (from " + FormatFixed(last->start_s, 3) + " s) has only " +
+                        std::to_string(last->frames) + " of " + std::to_string(localization.frames_per_vote) +
                         " frames");
     }
     if (localization.clipped_samples > 0) {

@@ -1,7 +1,8 @@
-// Feeding a recording to the library frame by frame and collecting its answers per period.
+// Feeding blocks to the library frame by frame and handing out each answer as soon as it is complete.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 namespace ezossl_tool {
 
 struct FrameResult {
+    int64_t index = 0;
     double start_s = 0.0;
     PairDelays delays{};   // EZOSSL_DELAY_REJECTED for a rejected pair
 };
@@ -25,22 +27,45 @@ struct PeriodResult {
     double MiddleSeconds(uint32_t sample_rate) const;
 };
 
+// What a run keeps: counters, and the periods unless the caller needs none of them. Frames are
+// never kept, so memory does not grow with the length of the input.
 struct Localization {
     uint32_t sample_rate = 0;
     int frames_per_vote = 0;
-    std::vector<FrameResult> frames;
-    std::vector<PeriodResult> periods;   // empty when only delays were asked for
+    int64_t frame_count = 0;
+    std::vector<PeriodResult> periods;   // empty when not kept
+    int64_t period_count = 0;
+    int64_t with_direction = 0;          // periods with a direction
+    std::map<uint32_t, int64_t> status_counts;
+    std::optional<PeriodResult> last_period;
     int padded_instants = 0;             // zeros added to complete the last block
     int64_t clipped_samples = 0;         // input samples beyond 16 bits
     int64_t wrapped_samples = 0;         // samples the gain pushed beyond 16 bits
+    int64_t overruns = 0;                // capture overruns, recovered from
 
     double PeriodSeconds() const;
     double DurationSeconds() const;
 };
 
-// Runs the whole recording through one library instance; progress_label names the work on a
-// terminal when the recording is long.
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label);
+// Receives every frame and every closed period the moment the library has answered; so_far
+// holds the counters up to that point. Writers of rows, plots or statistics each implement
+// what they need.
+class ResultSink {
+  public:
+    virtual ~ResultSink() = default;
+    virtual void OnFrame(const FrameResult& /*frame*/, const Localization& /*so_far*/) {}
+    virtual void OnPeriod(const PeriodResult& /*period*/, const Localization& /*so_far*/) {}
+};
+
+struct LocalizeOptions {
+    std::string progress_label;   // names the work on a terminal when the input is long
+    bool keep_periods = true;
+};
+
+// Runs the whole input through one library instance, until the source ends or a stop is
+// requested; a last, shorter period is still voted.
+Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
+                      const LocalizeOptions& options);
 
 // "note: ..." lines about the input that the user must not miss (padding, clipping, wrapping,
 // a short last period).

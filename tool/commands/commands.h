@@ -1,4 +1,4 @@
-// The four subcommands: their options as parsed, and the functions that carry them out.
+// The subcommands: their options as parsed, and the functions that carry them out.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include <string>
 
 #include "analysis/library_options.h"
+#include "io/alsa_capture.h"
 #include "io/audio_input.h"
 
 namespace ezossl_tool {
@@ -23,6 +24,14 @@ struct AnalyseOptions {
     std::string format = "table";
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
+};
+
+// listen: a capture device instead of a recording, the same library options as locate.
+struct ListenOptions {
+    CaptureOptions capture;
+    ArrayOptions array;
+    LibraryOptions library;
+    std::string format = "table";
 };
 
 struct SimulateOptions {
@@ -52,6 +61,7 @@ struct DemoOptions {
 
 int RunLocate(const AnalyseOptions& options);
 int RunDelays(const AnalyseOptions& options);
+int RunListen(const ListenOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
 

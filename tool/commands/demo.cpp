@@ -63,7 +63,10 @@ int RunDemo(const DemoOptions& options) {
     LibrarySettings settings;
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;
-    const Localization localization = Localize(source, settings, "ezossl demo");
+    PeriodRows rows(OutputFormat::kTable, PeriodRows::Extras{&scene.truth, false, false});
+    LocalizeOptions run;
+    run.progress_label = "ezossl demo";
+    const Localization localization = Localize(source, settings, rows, run);
 
     DirectionPlot plot;
     plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
@@ -75,7 +78,7 @@ int RunDemo(const DemoOptions& options) {
 
     std::vector<std::string> summary = SummaryLines(localization, &scene.truth, false);
     summary.push_back("plot: " + options.plot);
-    WriteReport(OutputFormat::kTable, PeriodTable(localization, &scene.truth, false), summary);
+    WriteSummary(OutputFormat::kTable, summary);
     return kExitOk;
 }
 

@@ -19,10 +19,12 @@ class BlockSource {
     // instants are real, 0 when the recording is exhausted.
     virtual int NextBlock(Block& block) = 0;
     virtual uint32_t SampleRate() const = 0;
-    // Instants in the whole recording.
+    // Instants in the whole recording, or -1 for a stream of unknown length.
     virtual int64_t TotalInstants() const = 0;
     // Samples that had to be clipped to 16 bits on the way in.
     virtual int64_t ClippedSamples() const { return 0; }
+    // Times a capture device overran and samples were lost.
+    virtual int64_t Overruns() const { return 0; }
 };
 
 // A recording already in memory, four channels interleaved.

@@ -12,48 +12,57 @@ namespace {
 constexpr int kPeriodSecondsDecimals = 3;
 constexpr int kFrameSecondsDecimals = 5;
 constexpr int kErrorDecimals = 1;
+// Table widths that hold hours of input: 9999.999 s of periods, ten million frames.
+constexpr size_t kPeriodSecondsWidth = 8;
+constexpr size_t kFrameIndexWidth = 7;
+constexpr size_t kFrameSecondsWidth = 10;
 
 Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
 Cell Integer(long value) { return Cell::Number(std::to_string(value)); }
 
+std::vector<Column> PeriodColumns(const PeriodRows::Extras& extras) {
+    // The longest status a period can end with.
+    const size_t status_width = StatusName(SSL_RET_SIGNAL_TOO_WEAK).size();
+    std::vector<Column> columns = {{"start_s", kPeriodSecondsWidth}, {"status", status_width, true}, {"direction_deg"}};
+    if (extras.truth) columns.insert(columns.end(), {{"truth_deg"}, {"error_deg"}});
+    if (extras.overruns) columns.push_back({"overruns"});
+    return columns;
+}
+
+std::vector<Column> FrameColumns() {
+    return {{"frame", kFrameIndexWidth}, {"start_s", kFrameSecondsWidth}, {"delay_01"}, {"delay_02"}, {"delay_03"}};
+}
+
 }  // namespace
 
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear) {
-    ResultTable table;
-    table.columns = {"start_s", "status", "direction_deg"};
-    if (truth) table.columns.insert(table.columns.end(), {"truth_deg", "error_deg"});
-    for (const PeriodResult& period : localization.periods) {
-        const auto& degrees = period.direction.degrees;
-        std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals), Cell::Text(StatusName(period.direction.status)),
-                                 degrees ? Integer(*degrees) : Cell::Empty()};
-        if (truth) {
-            const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, *truth, linear);
-            row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
-            row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
-                                             : Cell::Empty());
-        }
-        table.rows.push_back(std::move(row));
+PeriodRows::PeriodRows(OutputFormat format, const Extras& extras)
+    : extras_(extras), writer_(Console::Out(), format, PeriodColumns(extras)) {}
+
+void PeriodRows::OnPeriod(const PeriodResult& period, const Localization& so_far) {
+    const auto& degrees = period.direction.degrees;
+    std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals),
+                             Cell::Text(StatusName(period.direction.status)),
+                             degrees ? Integer(*degrees) : Cell::Empty()};
+    if (extras_.truth) {
+        const PeriodTruth compared = CompareWithTruth(period, so_far.sample_rate, *extras_.truth, extras_.linear);
+        row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
+        row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
+                                         : Cell::Empty());
     }
-    return table;
+    if (extras_.overruns) row.push_back(Integer(so_far.overruns));
+    writer_.Write(row);
 }
 
-ResultTable FrameTable(const Localization& localization) {
-    ResultTable table;
-    table.columns = {"frame", "start_s", "delay_01", "delay_02", "delay_03"};
-    long index = 0;
-    for (const FrameResult& frame : localization.frames) {
-        std::vector<Cell> row = {Integer(index++), Seconds(frame.start_s, kFrameSecondsDecimals)};
-        for (const int32_t delay : frame.delays) {
-            row.push_back(delay == EZOSSL_DELAY_REJECTED ? Cell::Empty() : Integer(delay));
-        }
-        table.rows.push_back(std::move(row));
-    }
-    return table;
+FrameRows::FrameRows(OutputFormat format) : writer_(Console::Out(), format, FrameColumns()) {}
+
+void FrameRows::OnFrame(const FrameResult& frame, const Localization& /*so_far*/) {
+    std::vector<Cell> row = {Integer(frame.index), Seconds(frame.start_s, kFrameSecondsDecimals)};
+    for (const int32_t delay : frame.delays) row.push_back(delay == EZOSSL_DELAY_REJECTED ? Cell::Empty() : Integer(delay));
+    writer_.Write(row);
 }
 
-void WriteReport(OutputFormat format, const ResultTable& table, const std::vector<std::string>& summary) {
-    WriteResultTable(Console::Out(), format, table);
+void WriteSummary(OutputFormat format, const std::vector<std::string>& summary) {
     std::FILE* summary_out = format == OutputFormat::kTable ? Console::Out() : stderr;
     if (format == OutputFormat::kTable && !summary.empty()) std::fputc('\n', summary_out);
     for (const std::string& line : summary) std::fprintf(summary_out, "%s\n", line.c_str());

@@ -1,4 +1,4 @@
-// Turning a localisation into result rows, and where rows and summary are written.
+// Result rows for periods and frames, written as the loop completes them, and the summary after.
 #pragma once
 
 #include <string>
@@ -10,14 +10,36 @@
 
 namespace ezossl_tool {
 
-// start_s, status, direction_deg; with a truth also truth_deg and error_deg.
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear);
+// One row per closed period: start_s, status, direction_deg; with a truth also truth_deg and
+// error_deg; from a capture device also the overruns so far.
+class PeriodRows : public ResultSink {
+  public:
+    struct Extras {
+        const TruthTrack* truth = nullptr;
+        bool linear = false;       // the truth folded as a line reports it
+        bool overruns = false;
+    };
+    PeriodRows(OutputFormat format, const Extras& extras);
+    void OnPeriod(const PeriodResult& period, const Localization& so_far) override;
 
-// frame, start_s and the delay of each pair (empty when the library rejected the pair).
-ResultTable FrameTable(const Localization& localization);
+  private:
+    Extras extras_;
+    RowWriter writer_;
+};
 
-// Rows on the tool's standard output; the summary follows them in a text table, but goes to
-// standard error for CSV and JSON so that standard output stays machine-readable.
-void WriteReport(OutputFormat format, const ResultTable& table, const std::vector<std::string>& summary);
+// One row per frame: frame, start_s and the delay of each pair (empty when the library rejected
+// the pair).
+class FrameRows : public ResultSink {
+  public:
+    explicit FrameRows(OutputFormat format);
+    void OnFrame(const FrameResult& frame, const Localization& so_far) override;
+
+  private:
+    RowWriter writer_;
+};
+
+// The summary follows the rows in a text table, but goes to standard error for CSV and JSON so
+// that standard output stays machine-readable.
+void WriteSummary(OutputFormat format, const std::vector<std::string>& summary);
 
 }  // namespace ezossl_tool
