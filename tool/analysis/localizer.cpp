@@ -40,12 +40,11 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
     result.frames_per_vote = settings.frames_per_vote;
 
     Block block;
-    int64_t done = 0;
     PeriodResult period;
     for (int real = 0; !StopRequested() && (real = source.NextBlock(block)) > 0;) {
         FrameResult frame;
         frame.index = result.frame_count++;
-        frame.start_s = double(done) / result.sample_rate;
+        frame.start_s = double(result.instants) / result.sample_rate;
         if (period.frames == 0) period.start_s = frame.start_s;
         frame.delays = session.Run(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
@@ -53,8 +52,8 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
         result.overruns = source.Overruns();
         result.wrapped_samples = session.WrappedSamples();
         sink.OnFrame(frame, result);
-        done += real;
-        progress.Update(done);
+        result.instants += real;
+        progress.Update(result.instants);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
             ClosePeriod(session, period, result, sink, options.keep_periods);
         }

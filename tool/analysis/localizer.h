@@ -33,6 +33,7 @@ struct Localization {
     uint32_t sample_rate = 0;
     int frames_per_vote = 0;
     int64_t frame_count = 0;
+    int64_t instants = 0;                // real sample instants read, without padding
     std::vector<PeriodResult> periods;   // empty when not kept
     int64_t period_count = 0;
     int64_t with_direction = 0;          // periods with a direction
@@ -44,7 +45,7 @@ struct Localization {
     int64_t overruns = 0;                // capture overruns, recovered from
 
     double PeriodSeconds() const;
-    double DurationSeconds() const;
+    double DurationSeconds() const;      // of the frames, the padding of the last included
 };
 
 // Receives every frame and every closed period the moment the library has answered; so_far

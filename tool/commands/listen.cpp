@@ -30,7 +30,7 @@ int RunListen(const ListenOptions& options) {
 
     std::vector<std::string> summary =
         settings.delays_only ? InputNotes(localization) : SummaryLines(localization, nullptr, IsLinear(array));
-    summary.insert(summary.begin(), "captured " + FormatFixed(localization.DurationSeconds(), 3) + " s from \"" +
+    summary.insert(summary.begin(), "captured " + FormatFixed(double(localization.instants) / localization.sample_rate, 3) + " s from \"" +
                                         options.capture.device + "\", overruns: " +
                                         std::to_string(localization.overruns));
     WriteSummary(format, summary);
