@@ -172,12 +172,14 @@ TEST_F(Live, PipedRowsAppearAsTheirPeriodsEnd) {
         std::this_thread::sleep_until(start + std::chrono::microseconds((block + 1) * 1000000 * kBlockFrames / kRate));
         const size_t offset = header + block * block_bytes;
         const size_t size = std::min(block_bytes, wav.size() - offset);
+        // Timed as the write starts: the tool may answer before write() has returned here.
+        const Clock::time_point sent = Clock::now();
         ASSERT_EQ(write(child.input, wav.data() + offset, size), ssize_t(size));
-        if ((block + 1) % kFramesPerPeriod == 0) period_ends.push_back(Clock::now());
+        // The header tells the length, so the last, shorter period ends with the last block.
+        if ((block + 1) % kFramesPerPeriod == 0 || block + 1 == blocks) period_ends.push_back(sent);
     }
-    close(child.input);   // the last, shorter period ends with the input
+    close(child.input);
     child.input = -1;
-    period_ends.push_back(Clock::now());
     reader.join();
     EXPECT_EQ(Wait(child).exit_code, 0);
 
