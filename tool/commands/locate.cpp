@@ -32,10 +32,6 @@ void RequireSamplesRead(const Localization& localization, const std::string& pat
     if (localization.frame_count == 0) throw RunError(InputName(path) + " held no samples; record some sound first");
 }
 
-std::string ProgressLabel(const std::string& verb, const std::string& path) {
-    return verb + " " + (path == kStandardInput ? "standard input" : path);
-}
-
 }  // namespace
 
 int RunLocate(const AnalyseOptions& options) {
@@ -62,7 +58,7 @@ int RunLocate(const AnalyseOptions& options) {
         rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{truth_track, linear, false});
     }
     LocalizeOptions run;
-    run.progress_label = ProgressLabel("locating", options.input.path);
+    run.progress_label = "locating " + DisplayPath(options.input.path);
     // Only the plot and the accuracy against the truth look back at earlier periods.
     run.keep_periods = plot_file || truth_track;
     const Localization localization = Localize(*opened.source, opened.settings, *rows, run);
@@ -86,7 +82,7 @@ int RunDelays(const AnalyseOptions& options) {
     Opened opened = Open(options);
     FrameRows rows(format);
     LocalizeOptions run;
-    run.progress_label = ProgressLabel("analysing", options.input.path);
+    run.progress_label = "analysing " + DisplayPath(options.input.path);
     run.keep_periods = false;
     Localization localization = Localize(*opened.source, opened.settings, rows, run);
     RequireSamplesRead(localization, options.input.path);

@@ -162,7 +162,7 @@ class CaptureSource : public BlockSource {
     }
     uint32_t SampleRate() const override { return rate_; }
     // A capture's length is open; no progress line competes with the rows on a terminal.
-    int64_t TotalInstants() const override { return -1; }
+    int64_t TotalInstants() const override { return kUnknownInstants; }
     int64_t ClippedSamples() const override { return pcm_frames_.ClippedSamples(); }
     int64_t Overruns() const override { return overruns_; }
 

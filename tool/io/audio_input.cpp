@@ -23,8 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int64_t kUnknownLength = -1;
-
 void RequireReadableFile(const std::string& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
@@ -55,9 +53,6 @@ void RequireSupportedRate(uint32_t rate, const std::string& path) {
                    SupportedRatesText() + "; resample it first, e.g. sox " + path + " -r " + target + " out-" +
                    target + ".wav");
 }
-
-// The channel map's messages name a file without quotes.
-std::string MapName(const std::string& path) { return path == kStandardInput ? "standard input" : path; }
 
 void RequireSamples(int64_t instants, const std::string& path) {
     if (instants == 0) throw RunError(InputName(path) + " holds no samples; record some sound first");
@@ -149,10 +144,10 @@ int OpenDescriptor(const std::string& path) {
 std::unique_ptr<BlockSource> OpenRaw(const AudioInputOptions& options) {
     RequireRawFormat(options);
     RequireSupportedRate(*options.raw_rate, options.path);
-    const ChannelMap map = ResolveChannelMap(options.map, *options.raw_channels, MapName(options.path));
+    const ChannelMap map = ResolveChannelMap(options.map, *options.raw_channels, DisplayPath(options.path));
     const int fd = OpenDescriptor(options.path);
     const bool owned = fd != STDIN_FILENO;
-    int64_t total = kUnknownLength;
+    int64_t total = kUnknownInstants;
     struct stat status {};
     if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
         total = status.st_size / (int64_t(*options.raw_channels) * options.raw_bits / 8);
@@ -176,8 +171,8 @@ std::unique_ptr<BlockSource> OpenSndfile(const AudioInputOptions& options) {
         // A stream's header cannot know its length; only a file's is checked before reading.
         const bool regular = from_stdin ? IsRegularFile(STDIN_FILENO) : fs::is_regular_file(options.path);
         if (regular) RequireSamples(info.frames, options.path);
-        const ChannelMap map = ResolveChannelMap(options.map, info.channels, MapName(options.path));
-        return std::make_unique<SndfileSource>(file, info, map, regular ? info.frames : kUnknownLength);
+        const ChannelMap map = ResolveChannelMap(options.map, info.channels, DisplayPath(options.path));
+        return std::make_unique<SndfileSource>(file, info, map, regular ? info.frames : kUnknownInstants);
     } catch (...) {
         sf_close(file);
         throw;
@@ -186,7 +181,9 @@ std::unique_ptr<BlockSource> OpenSndfile(const AudioInputOptions& options) {
 
 }  // namespace
 
-std::string InputName(const std::string& path) { return path == kStandardInput ? "standard input" : "\"" + path + "\""; }
+std::string DisplayPath(const std::string& path) { return path == kStandardInput ? "standard input" : path; }
+
+std::string InputName(const std::string& path) { return path == kStandardInput ? DisplayPath(path) : "\"" + path + "\""; }
 
 std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options) {
     if (!options.raw && (options.raw_rate || options.raw_channels)) {

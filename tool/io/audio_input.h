@@ -21,6 +21,8 @@ struct AudioInputOptions {
 // The path that names standard input.
 constexpr const char* kStandardInput = "-";
 
+// "standard input" for "-", otherwise the path: for progress and channel-map messages.
+std::string DisplayPath(const std::string& path);
 // "standard input" for "-", otherwise the path in double quotes, for messages.
 std::string InputName(const std::string& path);
 
