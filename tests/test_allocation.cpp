@@ -36,10 +36,10 @@ TEST(Allocation, TransformsAllocateNothing) {
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
     const HeapCounts counts = HeapCallsOf([&] {
         for (int i = 0; i < 10; ++i) {
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftForward, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
+            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftForward, handle->work.fft_buffer, handle->work.fft_work[0],
+                             handle->work.fft_work[1]);
+            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->work.fft_buffer, handle->work.fft_work[0],
+                             handle->work.fft_work[1]);
         }
     });
     EXPECT_EQ(counts.allocations, 0u);

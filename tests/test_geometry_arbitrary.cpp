@@ -39,13 +39,13 @@ TEST(ArbitraryGeometry, LayoutsGiveSignedBoundsSlopesAndShape) {
     for (const Layout& layout : kLayouts) {
         WorkingBuffer buffer;
         SslHandle* handle = InitWithPositions(buffer, layout.array_pos);
-        EXPECT_EQ(handle->array_geometry, layout.array_geometry) << layout.name;
+        EXPECT_EQ(handle->geometry.array_geometry, layout.array_geometry) << layout.name;
         for (int q = 0; q < 3; ++q) {
             EXPECT_EQ(handle->max_delay[q], layout.max_delay[q]) << layout.name << ", pair " << q;
             // Every row, linear arrays included, is max_delay * cos(slope + k * 22.5 degrees).
             for (int k = 0; k < 9; ++k) {
                 const double angle = layout.slope[q] + k * std::acos(-1.0) / 8.0;
-                EXPECT_NEAR(handle->candidate_delay[q][k], layout.max_delay[q] * std::cos(angle), kFourDecimals)
+                EXPECT_NEAR(handle->voting.candidate_delay[q][k], layout.max_delay[q] * std::cos(angle), kFourDecimals)
                     << layout.name << ", pair " << q << ", candidate " << k;
             }
         }
@@ -58,18 +58,18 @@ TEST(ArbitraryGeometry, PositionsAreCentredAndInMetres) {
     SslHandle* handle = InitWithPositions(buffer, array_pos);
     const float x[4] = {-0.02f, -0.06f, 0.02f, 0.06f};
     for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(handle->mic_position[i].x, x[i], kCoordinateTolerance) << i;
-        EXPECT_EQ(handle->mic_position[i].y, 0.0f) << i;
+        EXPECT_NEAR(handle->geometry.mic_position[i].x, x[i], kCoordinateTolerance) << i;
+        EXPECT_EQ(handle->geometry.mic_position[i].y, 0.0f) << i;
     }
-    EXPECT_EQ(handle->candidate_delay[0][0], -2.0f);
-    EXPECT_NEAR(handle->candidate_delay[0][8], 2.0f, kFourDecimals);
+    EXPECT_EQ(handle->voting.candidate_delay[0][0], -2.0f);
+    EXPECT_NEAR(handle->voting.candidate_delay[0][8], 2.0f, kFourDecimals);
 }
 
 TEST(ArbitraryGeometry, CollinearOnlyUpToRoundingIsPlanar) {
     WorkingBuffer buffer;
     const float almost_a_line[8] = {0, 0, 0.3f, 0.9f, 0.6f, 1.8f, 0.9f, 2.7f};
     SslHandle* handle = InitWithPositions(buffer, almost_a_line);
-    EXPECT_EQ(handle->array_geometry, 1);
+    EXPECT_EQ(handle->geometry.array_geometry, 1);
 }
 
 TEST(ArbitraryGeometry, CoincidentMicrophonesAreRefusedAndChangeNothing) {
@@ -93,12 +93,12 @@ TEST(ArbitraryGeometry, CoincidentMicrophonesAreRefusedAndChangeNothing) {
         if (c.refused) {
             EXPECT_EQ(result.status, SSL_RET_INVALID_ARRAY_POS) << c.name;
             EXPECT_EQ(result.output, kCoincidentRefusal) << c.name;
-            EXPECT_EQ(handle->shape_flag, 0) << c.name;
+            EXPECT_EQ(handle->flags.shape_flag, 0) << c.name;
             EXPECT_TRUE(GeometrySnapshot(handle) == before) << c.name;
         } else {
             EXPECT_EQ(result.status, SSL_RET_OK) << c.name;
             EXPECT_EQ(result.output, "") << c.name;
-            EXPECT_EQ(handle->shape_flag, 1) << c.name;
+            EXPECT_EQ(handle->flags.shape_flag, 1) << c.name;
         }
     }
 }

@@ -39,7 +39,7 @@ TEST(BadGeometry, UniformArraysOfAnySizeGiveDefinedBounds) {
 TEST(BadGeometry, ZeroSizedCircularArrayCalibratesToZeroThroughTheGuard) {
     WorkingBuffer buffer;
     SslHandle* handle = ReadyHandle(buffer, DefaultInit(16000, 0.0f), 1);
-    for (const auto& row : handle->plane_projection) {
+    for (const auto& row : handle->geometry.plane_projection) {
         for (float entry : row) EXPECT_EQ(entry, 0.0f);  // 0 / 1e-9, where 0 / 0 would be NaN
     }
 }

@@ -42,12 +42,12 @@ TEST(UniformGeometry, MicrophonesOfA4cmArray) {
         WorkingBuffer buffer;
         SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 4.0f), c.geometry);
         for (int i = 0; i < 4; ++i) {
-            EXPECT_NEAR(handle->mic_position[i].x, c.position[i].x, kCoordinateTolerance) << c.geometry << ", " << i;
-            EXPECT_NEAR(handle->mic_position[i].y, c.position[i].y, kCoordinateTolerance) << c.geometry << ", " << i;
+            EXPECT_NEAR(handle->geometry.mic_position[i].x, c.position[i].x, kCoordinateTolerance) << c.geometry << ", " << i;
+            EXPECT_NEAR(handle->geometry.mic_position[i].y, c.position[i].y, kCoordinateTolerance) << c.geometry << ", " << i;
         }
         if (c.geometry == 1) {
             // The truncated pi leaves microphone 0 slightly off the axis: r * sin(3.1415926), not 0.
-            EXPECT_NEAR(handle->mic_position[0].y, 1.0718e-9f, 1e-12f);
+            EXPECT_NEAR(handle->geometry.mic_position[0].y, 1.0718e-9f, 1e-12f);
         }
     }
 }
@@ -56,14 +56,14 @@ TEST(UniformGeometry, CircularCandidatesFollowEachPairsAxis) {
     WorkingBuffer buffer;
     SslHandle* handle = InitWithShape(buffer, DefaultInit(16000, 10.0f), 1);
     const float pair0[9] = {2.8284f, 1.5307f, 0.0f, -1.5307f, -2.8284f, -3.6955f, -4.0f, -3.6955f, -2.8284f};
-    for (int k = 0; k < 9; ++k) EXPECT_NEAR(handle->candidate_delay[0][k], pair0[k], kFourDecimals) << k;
+    for (int k = 0; k < 9; ++k) EXPECT_NEAR(handle->voting.candidate_delay[0][k], pair0[k], kFourDecimals) << k;
 
     // The other pairs' axes lie at 0 and -45 degrees: entry k is max_delay * cos(axis + k * 22.5 degrees).
     const double axis_degrees[3] = {45.0, 0.0, -45.0};
     for (int q = 1; q < 3; ++q) {
         for (int k = 0; k < 9; ++k) {
             const double angle = (axis_degrees[q] + 22.5 * k) * std::acos(-1.0) / 180.0;
-            EXPECT_NEAR(handle->candidate_delay[q][k], handle->max_delay[q] * std::cos(angle), kFourDecimals)
+            EXPECT_NEAR(handle->voting.candidate_delay[q][k], handle->max_delay[q] * std::cos(angle), kFourDecimals)
                 << "pair " << q << ", candidate " << k;
         }
     }
@@ -74,12 +74,12 @@ TEST(UniformGeometry, LinearArrayKeepsTheCandidateTableItFound) {
     SslHandle* handle = InitAndConfigure(buffer, DefaultInit(16000, 10.0f));
     const GeometrySnapshot at_init(handle);
     ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, 0); }).status, SSL_RET_OK);
-    EXPECT_EQ(std::memcmp(handle->candidate_delay, at_init.candidate_delay, sizeof(at_init.candidate_delay)), 0);
+    EXPECT_EQ(std::memcmp(handle->voting.candidate_delay, at_init.candidate_delay, sizeof(at_init.candidate_delay)), 0);
 
     ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, 1); }).status, SSL_RET_OK);
     const GeometrySnapshot circular(handle);
     ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, 0); }).status, SSL_RET_OK);
-    EXPECT_EQ(std::memcmp(handle->candidate_delay, circular.candidate_delay, sizeof(circular.candidate_delay)), 0);
+    EXPECT_EQ(std::memcmp(handle->voting.candidate_delay, circular.candidate_delay, sizeof(circular.candidate_delay)), 0);
 }
 
 TEST(UniformGeometry, InvalidGeometryIsRefusedAndChangesNothing) {
@@ -97,8 +97,8 @@ TEST(UniformGeometry, InvalidGeometryIsRefusedAndChangesNothing) {
         EXPECT_EQ(refused.status, SSL_RET_INVALID_GEOMETRY);
         EXPECT_EQ(refused.output, calibrated ? warning + refusal : refusal);
         EXPECT_TRUE(GeometrySnapshot(handle) == before);
-        EXPECT_EQ(handle->shape_flag, calibrated ? 1 : 0);
-        EXPECT_EQ(handle->params_flag, calibrated ? 1 : 2);
+        EXPECT_EQ(handle->flags.shape_flag, calibrated ? 1 : 0);
+        EXPECT_EQ(handle->flags.params_flag, calibrated ? 1 : 2);
     }
 }
 
@@ -122,11 +122,11 @@ TEST(UniformGeometry, EveryShapeCallAfterAnotherWarnsAndNeedsRecalibration) {
         {[&] { return EzoSsl_Set_ArbitraryShape(handle, square); }, arbitrary_warning},
     };
     for (size_t i = 0; i < std::size(sequence); ++i) {
-        handle->params_flag = 1;
+        handle->flags.params_flag = 1;
         const Printed result = Call(sequence[i].call);
         EXPECT_EQ(result.status, SSL_RET_OK) << i;
         EXPECT_EQ(result.output, sequence[i].warning) << i;
-        EXPECT_EQ(handle->params_flag, 2) << i;
+        EXPECT_EQ(handle->flags.params_flag, 2) << i;
     }
 }
 

@@ -51,8 +51,8 @@ TEST_F(RunSequence, RunAfterGetDirectionWaitsForResetMapping) {
     Ready();
     for (int i = 0; i < 4; ++i) ASSERT_EQ(Run().status, SSL_RET_OK);
     GetDirection();
-    EXPECT_EQ(h_->direction_flag, 1);
-    EXPECT_EQ(h_->mapping_flag, 2);
+    EXPECT_EQ(h_->flags.direction_flag, 1);
+    EXPECT_EQ(h_->flags.mapping_flag, 2);
     for (int attempt = 0; attempt < 2; ++attempt) {
         const Outcome refused = Run();
         EXPECT_EQ(refused.status, SSL_RET_RUN_STATE_ERROR);
@@ -77,10 +77,10 @@ TEST_F(RunSequence, ResetMappingOpensTheNextPeriod) {
     const Outcome reset = ResetMapping();
     EXPECT_EQ(reset.status, SSL_RET_OK);
     EXPECT_EQ(reset.printed, "");
-    EXPECT_EQ(h_->direction_flag, 2);
-    EXPECT_EQ(h_->mapping_flag, 1);
+    EXPECT_EQ(h_->flags.direction_flag, 2);
+    EXPECT_EQ(h_->flags.mapping_flag, 1);
     for (int p = 0; p < 3; ++p) {
-        for (int k = 0; k < 10; ++k) EXPECT_EQ(h_->vote_count[p][k], 0);
+        for (int k = 0; k < 10; ++k) EXPECT_EQ(h_->voting.vote_count[p][k], 0);
     }
     EXPECT_EQ(Run().status, SSL_RET_OK);
     // Reset_Mapping may also discard a period without a Get_Direction.
@@ -93,7 +93,7 @@ TEST_F(RunSequence, ResetMappingBeforeAnyRunBlocksTheHandleUntilInit) {
     const Outcome reset = ResetMapping();
     EXPECT_EQ(reset.status, SSL_RET_CALL_ORDER_ERROR);
     EXPECT_EQ(reset.printed, kResetMappingRunFirst);
-    EXPECT_EQ(h_->mapping_flag, 0);
+    EXPECT_EQ(h_->flags.mapping_flag, 0);
     for (int attempt = 0; attempt < 2; ++attempt) {
         const Outcome run = Run();
         EXPECT_EQ(run.status, SSL_RET_RUN_STATE_ERROR);
@@ -105,9 +105,9 @@ TEST_F(RunSequence, ResetMappingBeforeAnyRunBlocksTheHandleUntilInit) {
 TEST_F(RunSequence, RefusedRunBlocksGetDirectionAfterEarlierSuccess) {
     Ready();
     ASSERT_EQ(Run().status, SSL_RET_OK);
-    h_->params_flag = 0;
+    h_->flags.params_flag = 0;
     Run();
-    h_->params_flag = 1;
+    h_->flags.params_flag = 1;
     const Outcome get = GetDirection();
     EXPECT_EQ(get.status, SSL_RET_CALL_ORDER_ERROR);
     EXPECT_EQ(get.printed, kGetDirectionRunFirst);
@@ -116,27 +116,27 @@ TEST_F(RunSequence, RefusedRunBlocksGetDirectionAfterEarlierSuccess) {
 TEST_F(RunSequence, ModeOneRefusesAfterTheFramesAdvanced) {
     Ready();
     CaptureOutput([&] { EzoSsl_SetMode(h_, 1, 90, 45); });
-    const float newest_before = h_->frame_buffer[0][255];
-    const float energy_before = h_->energy_sum;
+    const float newest_before = h_->frames.frame_buffer[0][255];
+    const float energy_before = h_->activity.energy_sum;
     const Outcome run = Run();
     EXPECT_EQ(run.status, SSL_RET_MODE_NOT_INCLUDED);
     EXPECT_EQ(run.printed, "[ALGO_MSG_ERR] [SSL] [CNN Run]  Fail! This lib does not include mode 1\t\n");
-    EXPECT_EQ(h_->frame_buffer[0][127], newest_before) << "the frame moved on by one block";
-    EXPECT_GT(h_->energy_sum, energy_before);
+    EXPECT_EQ(h_->frames.frame_buffer[0][127], newest_before) << "the frame moved on by one block";
+    EXPECT_GT(h_->activity.energy_sum, energy_before);
     for (int p = 0; p < 3; ++p) {
-        for (int k = 0; k < 10; ++k) EXPECT_EQ(h_->vote_count[p][k], 0) << "nothing was voted";
+        for (int k = 0; k < 10; ++k) EXPECT_EQ(h_->voting.vote_count[p][k], 0) << "nothing was voted";
     }
-    EXPECT_EQ(h_->run_flag, 0);
+    EXPECT_EQ(h_->flags.run_flag, 0);
     const Outcome get = GetDirection();
     EXPECT_EQ(get.status, SSL_RET_CALL_ORDER_ERROR) << "the refused Run left no run to close";
-    h_->run_flag = 1;
+    h_->flags.run_flag = 1;
     EXPECT_EQ(GetDirection().printed, "[ALGO_MSG_ERR] [SSL]  Fail! This lib does not include mode 1\t\n");
 }
 
 TEST_F(RunSequence, DelayModeRunsButRefusesThePeriodCalls) {
     Ready(1);
     ASSERT_EQ(Run().status, SSL_RET_OK);
-    EXPECT_EQ(h_->vote_count[0][9] + h_->vote_count[0][4], 0) << "no votes in bf_mode 1";
+    EXPECT_EQ(h_->voting.vote_count[0][9] + h_->voting.vote_count[0][4], 0) << "no votes in bf_mode 1";
     const Outcome reset = ResetMapping();
     EXPECT_EQ(reset.status, SSL_RET_INVALID_BF_MODE);
     EXPECT_EQ(reset.printed,
@@ -157,7 +157,7 @@ TEST_F(RunSequence, NewVotingLengthClearsTheVotesAtTheNextRun) {
     for (int i = 0; i < 3; ++i) Run();
     auto votes = [&](int pair) {
         int32_t total = 0;
-        for (int k = 0; k < 10; ++k) total += h_->vote_count[pair][k];
+        for (int k = 0; k < 10; ++k) total += h_->voting.vote_count[pair][k];
         return total;
     };
     ASSERT_EQ(votes(0), 3);
@@ -170,7 +170,7 @@ TEST_F(RunSequence, NewVotingLengthClearsTheVotesAtTheNextRun) {
     EXPECT_EQ(votes(0), 4) << "Config itself clears nothing";
     Run();
     EXPECT_EQ(votes(0), 1);
-    EXPECT_EQ(h_->voting_reset_pending, 0);
+    EXPECT_EQ(h_->flags.voting_reset_pending, 0);
 }
 
 }  // namespace
