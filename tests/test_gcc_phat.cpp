@@ -1,5 +1,6 @@
 // Phase-transform correlation: known-answer kernels and delays measured on synthetic frames.
 #include <array>
+#include <cmath>
 
 #include "common/vector_ops.h"
 #include "core/gcc_phat.h"
@@ -104,6 +105,27 @@ TEST_F(GccPhatFixture, AcceptsThreeSamplesBeyondTheBoundButNotFour) {
         if (c.expected == ezossl::kDelayRejected) {
             EXPECT_GT(handle_->voting.vote_count[0][ezossl::kRejectBin], before);
         }
+    }
+}
+
+TEST_F(GccPhatFixture, PeakToMeanBelowOnePointFourIsRejected) {
+    // Spectra chosen so that each pair's correlation is 1 everywhere except a peak of 1 + p/2 at
+    // lag 0 and a trough of 1/2 at lag -128: lifted to a zero floor, peak over mean is 1 + p.
+    // Cross-spectrum bins far below the 1e-9 guard keep their proportions through the phase
+    // transform, so the bins are set to guard * X / (1 - X) for the wanted weighted value X.
+    const struct {
+        float p;
+        int32_t expected;
+    } cases[] = {{0.3f, ezossl::kDelayRejected}, {0.7f, 0}};
+    for (const auto& c : cases) {
+        for (int k = 0; k < ezossl::kSpectrumBins; ++k) {
+            const double x = k == 0 ? 1.0 : 0.5 / 256.0 * (c.p - (k % 2 ? -1.0 : 1.0));
+            const auto bin = static_cast<float>(k == 0 ? 1.0 : 1e-9 * x / (1.0 - std::fabs(x)));
+            for (int ch = 0; ch < kChannels; ++ch) handle_->frames.spectrum[ch][k] = {ch == 0 ? 1.0f : bin, 0.0f};
+        }
+        int32_t delays[3];
+        Estimate(delays);
+        for (int p = 0; p < 3; ++p) EXPECT_EQ(delays[p], c.expected) << "1 + " << c.p << ", pair " << p;
     }
 }
 
