@@ -84,7 +84,7 @@ TEST(Config, VoteGatesScaleWithWholeMultiplesOf32Frames) {
     const struct {
         int32_t frames;
         int32_t factor;
-    } cases[] = {{16, 0}, {31, 0}, {32, 1}, {63, 1}, {64, 2}, {100, 3}, {0, 0}};
+    } cases[] = {{16, 0}, {31, 0}, {32, 1}, {63, 1}, {64, 2}, {100, 3}, {0, 0}};  // 32: the Init default
     const int32_t base[10] = {2, 4, 4, 4, 4, 4, 4, 4, 2, 16};
     WorkingBuffer buffer;
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
