@@ -32,11 +32,11 @@ void Handle_StoreInit(SslHandle* handle, const SslInit& ssl_init, uint32_t level
     DitherRng_Seed(&handle->dither_rng);
 }
 
-bool Handle_SetUpFft(SslHandle* handle) {
-    handle->fft.initialised = 0;
-    Qel_rdft_init(&handle->fft);
-    for (int j = 0; j < kFrameLength; ++j) handle->lag_table[j] = j - kFrameLength / 2;
-    return handle->fft.initialised == 1;
+bool Handle_SetUpFft(FftState& fft, int32_t* lag_table) {
+    fft.initialised = 0;
+    Qel_rdft_init(&fft);
+    for (int j = 0; j < kFrameLength; ++j) lag_table[j] = j - kFrameLength / 2;
+    return fft.initialised == 1;
 }
 
 void Handle_SetUpDelayTables(SslHandle* handle) {
@@ -44,8 +44,7 @@ void Handle_SetUpDelayTables(SslHandle* handle) {
     CandidateDelay_SetDefault(handle->max_delay, handle->voting);
 }
 
-void Handle_SetInitialFlags(SslHandle* handle) {
-    CallOrder& flags = handle->flags;
+void Handle_SetInitialFlags(CallOrder& flags) {
     flags.init_flag = kFlagDone;
     flags.config_flag = kFlagNotYet;
     flags.shape_flag = kFlagNotYet;
