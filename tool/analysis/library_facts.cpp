@@ -9,7 +9,6 @@
 namespace ezossl_tool {
 namespace {
 
-
 const std::map<uint32_t, const char*>& StatusNames() {
     static const std::map<uint32_t, const char*> names = {
         {SSL_RET_OK, "OK"},
@@ -63,7 +62,9 @@ std::string StatusName(uint32_t status) {
     return text;
 }
 
-bool IsSupportedRate(uint32_t rate) { return std::find(kSupportedRates.begin(), kSupportedRates.end(), rate) != kSupportedRates.end(); }
+bool IsSupportedRate(uint32_t rate) {
+    return std::find(kSupportedRates.begin(), kSupportedRates.end(), rate) != kSupportedRates.end();
+}
 
 std::string SupportedRatesText() { return "8000, 16000, 32000 or 48000 Hz"; }
 

@@ -30,9 +30,9 @@ int RunListen(const ListenOptions& options) {
 
     std::vector<std::string> summary =
         settings.delays_only ? InputNotes(localization) : SummaryLines(localization, nullptr, IsLinear(array));
-    summary.insert(summary.begin(), "captured " + FormatFixed(double(localization.instants) / localization.sample_rate, 3) + " s from \"" +
-                                        options.capture.device + "\", overruns: " +
-                                        std::to_string(localization.overruns));
+    const double captured_s = double(localization.instants) / localization.sample_rate;
+    summary.insert(summary.begin(), "captured " + FormatFixed(captured_s, 3) + " s from \"" + options.capture.device +
+                                        "\", overruns: " + std::to_string(localization.overruns));
     WriteSummary(format, summary);
     return kExitOk;
 }
