@@ -153,6 +153,30 @@ TEST_F(Live, InterruptedListenKeepsItsRowsAndSummary) {
     EXPECT_EQ(summary[1].rfind("periods: " + std::to_string(rows) + " of 0.256 s", 0), 0u) << finished.err;
 }
 
+// Standard input is read like a file, both as a WAV stream and as headerless PCM.
+TEST_F(Live, StandardInputGivesTheRowsOfTheFile) {
+    WriteFile("scene.raw", RawPcm(scene_, 4, 0, 16, scene_.samples.size() / 4));
+    const std::vector<std::string> raw = {"--raw", "--rate", "16000", "--channels", "4"};
+    const std::vector<std::pair<std::string, std::vector<std::string>>> inputs = {
+        {"scene.wav", {"locate"}}, {"scene.wav", {"delays"}}, {"scene.raw", Args({"delays"}, raw)}};
+    for (const auto& [file, command] : inputs) {
+        const RunResult from_file = RunOk(Args(Args(command, {file, "--format", "csv"}), kUca));
+        Child child = Start(Args(Args(command, {"-", "--format", "csv"}), kUca));
+        const std::string bytes = ReadFile(file);
+        std::thread writer([&] {
+            EXPECT_EQ(write(child.input, bytes.data(), bytes.size()), ssize_t(bytes.size()));
+            close(child.input);   // headerless PCM ends with the input
+            child.input = -1;
+        });
+        const TimedLines rows = ReadLines(child.output);
+        writer.join();
+        const Finished finished = Wait(child);
+        EXPECT_EQ(finished.exit_code, 0) << finished.err;
+        EXPECT_EQ(rows.lines, Lines(from_file.out)) << file;
+        EXPECT_EQ(finished.err, from_file.err) << file;
+    }
+}
+
 // A WAV written into a pipe at the pace of a microphone: each row must leave the tool within
 // 50 ms of the last sample of its period going in.
 TEST_F(Live, PipedRowsAppearAsTheirPeriodsEnd) {
