@@ -1,6 +1,5 @@
 // The prologue contract of every exported function: null pointers, missing steps, the handle
 // check, the frozen geometry and the flags a refusal leaves behind.
-#include <algorithm>
 #include <random>
 
 #include "core/ssl_handle.h"
@@ -9,6 +8,8 @@
 
 namespace ezossl_test {
 namespace {
+
+using F = ezossl::CallOrder;
 
 // Which call-order flags a function requires, in the order they are tested.
 enum Needs : unsigned { kInit = 1, kConfig = 2, kShape = 4, kParams = 8, kNotRunning = 16, kRunDone = 32 };
@@ -20,6 +21,7 @@ struct ApiFunction {
     unsigned needs;
     std::function<uint32_t(SslHandle*)> call;  // with valid data pointers
     const char* null_handle;
+    int32_t F::*entry_flag;  // cleared on entry, before the checks
 };
 
 const float kSquareCm[8] = {0, 0, 4, 0, 4, 4, 0, 4};
@@ -31,31 +33,32 @@ SslConfig g_config{25, -80, 32};
 const std::vector<ApiFunction>& Functions() {
     static const std::vector<ApiFunction> functions = {
         {"Config", " [SSL] [Config]", "Config", kInit, [](SslHandle* h) { return EzoSsl_Config(h, &g_config); },
-         "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [Config] Fail! The handle is null!\t\n", &F::config_flag},
         {"Get_Config", "[SSL] [GetConfig]", "Get_Config", kInit | kConfig,
          [](SslHandle* h) { return EzoSsl_Get_Config(h, &g_config); },
-         "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [GetConfig] Fail! The handle is null!\t\n", nullptr},
         {"Set_Shape", "[SSL] [SetShape]", "Set_Shape", kInit | kConfig | kNotRunning,
-         [](SslHandle* h) { return EzoSsl_Set_Shape(h, 1); }, "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
+         [](SslHandle* h) { return EzoSsl_Set_Shape(h, 1); }, "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The handle is NULL!!\r\n",
+         &F::shape_flag},
         {"Set_ArbitraryShape", "[SSL] [Set_ArbitraryShape]", "Set_ArbitraryShape", kInit | kConfig | kNotRunning,
          [](SslHandle* h) { return EzoSsl_Set_ArbitraryShape(h, kSquareCm); },
-         "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
+         "[ALGO_MSG_ERR] [SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n", &F::shape_flag},
         {"Cal_Params", "[SSL] [CalParams]", "CalParams", kInit | kConfig | kShape | kNotRunning, EzoSsl_Cal_Params,
-         "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
+         "[ALGO_MSG_ERR] [SSL] [CalParams] Fail! The handle is NULL!!\r\n", &F::params_flag},
         {"Run", "[SSL] [Run]", "Run", kInit | kConfig | kShape | kParams,
          [](SslHandle* h) { return EzoSsl_Run(h, g_block, g_delays); },
-         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [Run] Fail! The handle is null!\t\n", &F::run_flag},
         {"Get_Direction", "[SSL] [GetDirection]", "GetDirection", kInit | kConfig | kShape | kParams | kRunDone,
          [](SslHandle* h) { return EzoSsl_Get_Direction(h, &g_direction); },
-         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The handle is null!\t\n", &F::direction_flag},
         {"Reset_Mapping", "[SSL] [ResetMapping]", "ResetMapping", kInit | kConfig | kShape | kParams | kRunDone,
-         EzoSsl_Reset_Mapping, "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The handle is null!\t\n"},
+         EzoSsl_Reset_Mapping, "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The handle is null!\t\n", &F::mapping_flag},
         {"SetMode", "[SSL] [SetMode]", "SetMode", kInit | kConfig | kShape | kParams,
          [](SslHandle* h) { return EzoSsl_SetMode(h, 0, 90, 45); },
-         "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The handle is null!\t\n", nullptr},
         {"ApplyDigitalGain", "[SSL] [ApplyDigitalGain]", "ApplyDigitalGain", kInit | kConfig | kShape | kParams,
          [](SslHandle* h) { return EzoSsl_ApplyDigitalGain(h, g_block, 6); },
-         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
+         "[ALGO_MSG_ERR]  [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n", nullptr},
     };
     return functions;
 }
@@ -74,11 +77,16 @@ std::string Format(const char* format, const char* text) {
     return out;
 }
 
-TEST(CallOrder, NullHandleIsRefusedByEveryFunction) {
+TEST(CallOrder, NullHandleAndNeverInitialisedBufferAreRefused) {
     for (const ApiFunction& f : Functions()) {
         const Printed result = Call([&] { return f.call(nullptr); });
         EXPECT_EQ(result.output, f.null_handle) << f.name;
         EXPECT_EQ(result.status, SSL_RET_INVALID_HANDLE) << f.name;
+        // A zeroed buffer has message level 0 and no flags: refused without a word.
+        WorkingBuffer zeroed;
+        const Printed quiet = Call([&] { return f.call(zeroed.handle()); });
+        EXPECT_EQ(quiet.output, "") << f.name;
+        EXPECT_EQ(quiet.status, SSL_RET_INIT_ERROR) << f.name;
     }
     const Printed freed = Call([] { return EzoSsl_Free(nullptr); });
     EXPECT_EQ(freed.output, "[ALGO_MSG_ERR]  [SSL] [Free] Fail! The handle is null!\t\n");
@@ -120,24 +128,24 @@ TEST(CallOrder, NullDataPointersAreRefusedBeforeTheFlagsWhateverTheLevel) {
 TEST(CallOrder, EachMissingStepIsNamedWithTheCallersHead) {
     const struct {
         Needs need;
-        int32_t ezossl::CallOrder::*flag;
+        int32_t F::*flag;
         int32_t missing;
         uint32_t status;
         const char* format;
     } steps[] = {
-        {kInit, &ezossl::CallOrder::init_flag, 0, SSL_RET_INIT_ERROR, "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Init first!\t\n"},
-        {kConfig, &ezossl::CallOrder::config_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kInit, &F::init_flag, 0, SSL_RET_INIT_ERROR, "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Init first!\t\n"},
+        {kConfig, &F::config_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSSL_Config first!\t\n"},
-        {kShape, &ezossl::CallOrder::shape_flag, 2, SSL_RET_CALL_ORDER_ERROR,
+        {kShape, &F::shape_flag, 2, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Set_Shape first!\t\n"},
-        {kParams, &ezossl::CallOrder::params_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kParams, &F::params_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Cal_Params first!\t\n"},
-        {kRunDone, &ezossl::CallOrder::run_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kRunDone, &F::run_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Run first!\t\n"},
-        {kNotRunning, &ezossl::CallOrder::run_flag, 1, SSL_RET_RUN_STATE_ERROR,
+        {kNotRunning, &F::run_flag, 1, SSL_RET_RUN_STATE_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
         // A refused Run freezes the geometry as well.
-        {kNotRunning, &ezossl::CallOrder::run_flag, 0, SSL_RET_RUN_STATE_ERROR,
+        {kNotRunning, &F::run_flag, 0, SSL_RET_RUN_STATE_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
     };
     for (const ApiFunction& f : Functions()) {
@@ -191,36 +199,14 @@ TEST(CallOrder, CorruptHandlesAreRefusedByTheCommonCheck) {
 }
 
 TEST(CallOrder, RefusalsLeaveTheEntryFlagsFailed) {
-    // These flags are cleared on entry, before the checks, and stay cleared after a refusal.
-    const struct {
-        const char* name;
-        int32_t ezossl::CallOrder::*flag;
-        int32_t after;
-    } cases[] = {
-        {"Config", &ezossl::CallOrder::config_flag, 0},     {"Set_Shape", &ezossl::CallOrder::shape_flag, 0},
-        {"Set_ArbitraryShape", &ezossl::CallOrder::shape_flag, 0}, {"Cal_Params", &ezossl::CallOrder::params_flag, 0},
-        {"Run", &ezossl::CallOrder::run_flag, 0},           {"Get_Direction", &ezossl::CallOrder::direction_flag, 0},
-        {"Reset_Mapping", &ezossl::CallOrder::mapping_flag, 0},
-    };
-    for (const auto& c : cases) {
-        const ApiFunction& f = *std::find_if(Functions().begin(), Functions().end(),
-                                             [&](const ApiFunction& g) { return c.name == std::string(g.name); });
+    for (const ApiFunction& f : Functions()) {
+        if (!f.entry_flag) continue;
         WorkingBuffer buffer;
         SslHandle* h = ReadyFor(buffer, f);
         h->flags.shape_flag = (f.needs & kShape) ? 1 : 2;  // a first shape call
-        h->settings.mic_num = 3;                                   // refused by the handle check
-        EXPECT_NE(Call([&] { return f.call(h); }).status, SSL_RET_OK) << c.name;
-        EXPECT_EQ(h->flags.*c.flag, c.after) << c.name;
-    }
-}
-
-TEST(CallOrder, NeverInitialisedBufferIsRefusedQuietly) {
-    // A zeroed buffer has message level 0 and no flags: every call refuses without a word.
-    for (const ApiFunction& f : Functions()) {
-        WorkingBuffer buffer;
-        const Printed result = Call([&] { return f.call(buffer.handle()); });
-        EXPECT_EQ(result.output, "") << f.name;
-        EXPECT_EQ(result.status, SSL_RET_INIT_ERROR) << f.name;
+        h->settings.mic_num = 3;                           // refused by the handle check
+        EXPECT_NE(Call([&] { return f.call(h); }).status, SSL_RET_OK) << f.name;
+        EXPECT_EQ(h->flags.*f.entry_flag, 0) << f.name;
     }
 }
 

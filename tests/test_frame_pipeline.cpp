@@ -42,17 +42,6 @@ TEST(FrameInput, FramesSlideByOneBlockAndScaleToFullScale) {
     EXPECT_EQ(h->asdf.compare_block[2][5], 300.0f / 32768.0f);
 }
 
-TEST(FrameInput, TheSamePassKeepsTheRawSamplesPerChannel) {
-    WorkingBuffer buffer;
-    SslHandle* h = InitQuietly(buffer, DefaultInit());
-    std::vector<int16_t> block(kBlockSamples * kChannels);
-    for (size_t i = 0; i < block.size(); ++i) block[i] = static_cast<int16_t>(i * 37 - 9000);
-    Append(h, block);
-    for (int n = 0; n < kBlockSamples; ++n) {
-        for (int c = 0; c < kChannels; ++c) ASSERT_EQ(h->dump_block[c][n], block[4 * n + c]) << n << "," << c;
-    }
-}
-
 TEST(FrameEnergy, IsTheMeanSquareOfChannelsZeroAndOneOverTheFrame) {
     WorkingBuffer buffer;
     SslHandle* h = InitQuietly(buffer, DefaultInit());
