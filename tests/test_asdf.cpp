@@ -29,13 +29,8 @@ TEST(Asdf, KnownAnswersOfTheSearchAndItsBoundClamp) {
     // found first, giving -1. With independent noise the other pairs only reach the two zero
     // scores left past the filled ones, giving bound - 1; silence finds the first score, -bound.
     // Bounds over 14 are clamped to the 30 scores (the sanitizer run would catch an overrun).
-    const struct {
-        const char* name;
-        uint32_t rate;
-        float distance_cm;
-        uint64_t seed;  // 0: silence
-        int32_t expected[3];
-    } cases[] = {
+    // A seed of 0 stands for silence.
+    const struct { const char* name; uint32_t rate; float distance_cm; uint64_t seed; int32_t expected[3]; } cases[] = {
         {"bounds 3, 5, 7", 16000, 5.0f, 21, {-1, 4, 6}},
         {"bounds 1, 1, 1", 8000, 1.0f, 4, {-1, 0, 0}},
         {"silence", 16000, 5.0f, 0, {-3, -5, -7}},

@@ -14,11 +14,7 @@ uint32_t Configure(SslHandle* handle, uint32_t temperature, int32_t threshold_db
 }
 
 TEST(Config, LevelThresholdIsClampedAndItsAmplitudeLookedUp) {
-    const struct {
-        int32_t given;
-        int32_t stored;
-        uint32_t amplitude;
-    } cases[] = {
+    const struct { int32_t given; int32_t stored; uint32_t amplitude; } cases[] = {
         {-100, -80, 1}, {-81, -80, 1}, {-80, -80, 1}, {-79, -79, 1}, {-76, -76, 4}, {-75, -75, 5},
         {-40, -40, 327}, {-6, -6, 16422}, {-1, -1, 29203}, {0, 0, 32767}, {6, 0, 32767}, {INT32_MIN, -80, 1},
     };

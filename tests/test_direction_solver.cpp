@@ -76,11 +76,8 @@ TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
 
 TEST_F(SolverFixture, LinearArrayAnglesFollowTheWeightedCosineOfTheValidPairs) {
     // Pairs 5, 10 and 15 cm along x; path difference = spacing * cosine.
-    const struct {
-        float cosine[3];
-        int32_t valid[3];
-        float degrees;  // NaN: no usable pair, no solution
-    } cases[] = {
+    // An angle of NaN: no usable pair, no solution.
+    const struct { float cosine[3]; int32_t valid[3]; float degrees; } cases[] = {
         {{0, 0, 0}, {1, 1, 1}, 0.0f}, {{1, 1, 1}, {1, 1, 1}, -90.0f}, {{-1, -1, -1}, {1, 1, 1}, 90.0f},
         {{1.2f, 1.2f, 1.2f}, {1, 1, 1}, -90.0f}, {{0.5f, 0.5f, 0.5f}, {1, 1, 1}, -30.0000019f},
         // Cosines 0.2, 0.3, 0.7: mean 0.4, weights 5, 10, 3.33 by inverse distance to the mean.

@@ -19,11 +19,7 @@ uint32_t ApplyGain(SslHandle* handle, Block& block, int32_t gain) {
 }
 
 TEST(DigitalGain, ScalesTruncatesAndWrapsEverySample) {
-    const struct {
-        int16_t sample;
-        int32_t gain;
-        int16_t result;
-    } cases[] = {
+    const struct { int16_t sample; int32_t gain; int16_t result; } cases[] = {
         {16384, 6, 32690},    // factor 1.9952624
         {20000, 6, -25631},   // 39905 wraps around
         {1, 120, 16960},      // 1000000, low 16 bits

@@ -57,11 +57,7 @@ TEST_F(GccPhatFixture, ShiftsComeBackNegatedAndVoteWithinThreeSamplesBeyondTheBo
     // Channels 1 to 3 carry the noise of channel 0 delayed by `shift` samples: they hear it later.
     // Bounds 3, 5, 7 accept lags up to 6, 8 and 10 either way.
     constexpr int32_t R = ezossl::kDelayRejected;
-    const struct {
-        int shift;
-        double amplitude;
-        int32_t expected[3];
-    } cases[] = {
+    const struct { int shift; double amplitude; int32_t expected[3]; } cases[] = {
         {0, 8000, {0, 0, 0}}, {-1, 8000, {1, 1, 1}}, {1, 8000, {-1, -1, -1}}, {2, 8000, {-2, -2, -2}},
         {-3, 8000, {3, 3, 3}}, {4, 8000, {-4, -4, -4}}, {-6, 8000, {6, 6, 6}}, {6, 8000, {-6, -6, -6}},
         {-7, 8000, {R, 7, 7}}, {7, 8000, {R, -7, -7}}, {-9, 8000, {R, R, 9}}, {0, 0, {R, R, R}},  // silence

@@ -30,13 +30,8 @@ void ExpectPositions(const SslHandle* h, const float metres[8], const std::strin
 }
 
 TEST(UniformGeometry, BoundsPositionsAndCandidatesFollowShapeSpacingAndRate) {
-    const struct {
-        uint32_t geometry;
-        float distance_cm;
-        uint32_t rate;
-        int32_t max_delay[3];
-        float metres[8];  // circular: clockwise from -x
-    } cases[] = {
+    // Circular arrays are listed clockwise from -x.
+    const struct { uint32_t geometry; float distance_cm; uint32_t rate; int32_t max_delay[3]; float metres[8]; } cases[] = {
         {0, 6.0f, 16000, {3, 6, 9}, {-0.09f, 0, -0.03f, 0, 0.03f, 0, 0.09f, 0}},
         {0, 4.0f, 48000, {6, 12, 17}, {-0.06f, 0, -0.02f, 0, 0.02f, 0, 0.06f, 0}},
         {1, 4.0f, 16000, {2, 2, 2}, {-0.02f, 0, 0, 0.02f, 0.02f, 0, 0, -0.02f}},
@@ -145,11 +140,7 @@ TEST(ArbitraryGeometry, LayoutsGiveCentredPositionsSignedBoundsSlopesAndShape) {
 
 TEST(ArbitraryGeometry, CoincidentMicrophonesAreRefusedAndChangeNothing) {
     const float one_ulp_apart = std::nextafter(4.0f, 5.0f);
-    const struct {
-        const char* name;
-        float array_pos[8];
-        bool refused;
-    } cases[] = {
+    const struct { const char* name; float array_pos[8]; bool refused; } cases[] = {
         {"1 and 3 together", {0, 0, 4, 4, 8, 0, 4, 4}, true},
         {"0 and 1 together", {2, 2, 2, 2, 8, 0, 4, 4}, true},
         {"all together", {1, 1, 1, 1, 1, 1, 1, 1}, true},
@@ -208,11 +199,8 @@ TEST(BadGeometry, AnySizeGivesDefinedBoundsAndCalibrates) {
 }
 
 TEST(CalParams, CircularArraysGetTheGuardedLeastSquaresMatrix) {
-    const struct {
-        float distance_cm;
-        float tolerance;  // the worked values are given to four and three decimals
-        float projection[2][3];
-    } cases[] = {
+    // The worked values are given to four and three decimals.
+    const struct { float distance_cm; float tolerance; float projection[2][3]; } cases[] = {
         {10.0f, kFourDecimals, {{3.3333f, 6.6666f, 3.3333f}, {9.9999f, 0.0f, -9.9999f}}},
         {4.0f, 5e-4f, {{8.329f, 16.658f, 8.329f}, {24.987f, 0.0f, -24.987f}}},
     };

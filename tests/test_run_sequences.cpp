@@ -42,10 +42,7 @@ TEST_F(RunSequence, PeriodCallsAndTheirRefusalsInOrder) {
     constexpr uint32_t kOk = SSL_RET_OK, kState = SSL_RET_RUN_STATE_ERROR, kOrder = SSL_RET_CALL_ORDER_ERROR;
     const char* kGetBfMode = "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The bf_mode is 1, You don't need to call EzoSsl_Get_Direction!\t\n";
     const char* kResetBfMode = "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The bf_mode is 1, You don't need to call EzoSsl_ResetVoting!\t\n";
-    const struct {
-        const char* name;
-        std::vector<Step> steps;
-    } sequences[] = {
+    const struct { const char* name; std::vector<Step> steps; } sequences[] = {
         {"Get_Direction holds Run until Reset_Mapping; refused Runs block that too, until Init",
          {{'I'}, {'R'}, {'R'}, {'G', SSL_RET_NO_DIRECTION}, {'R', kState, kRunGetDirectionFirst}, {'R', kState, kRunGetDirectionFirst},
           {'M', kOrder, kResetMappingRunFirst}, {'R', kState, kRunGetDirectionFirst}, {'I'}, {'R'}}},

@@ -10,10 +10,7 @@ namespace ezossl_test {
 namespace {
 
 TEST(Truncation, MatchesACastWhereOneIsDefinedAndSaturatesElsewhere) {
-    const struct {
-        double value;
-        int32_t expected;
-    } cases[] = {
+    const struct { double value; int32_t expected; } cases[] = {
         {45.9, 45}, {-89.7, -89}, {-0.4, 0}, {89.99, 89}, {2147483646.9, 2147483646},
         {3e9, INT32_MAX}, {-3e9, INT32_MIN}, {INFINITY, INT32_MAX}, {-INFINITY, INT32_MIN}, {NAN, 0},
     };
