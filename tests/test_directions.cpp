@@ -81,9 +81,8 @@ double ToleranceDegrees(const ArrayCase& array, const MicPosition mics[kChannels
 }
 
 SslHandle* Ready(WorkingBuffer& buffer, const ArrayCase& array, int32_t frames, int32_t threshold_db = -80) {
-    const SslInit init = DefaultInit(array.sample_rate, array.mic_distance_cm);
-    if (array.geometry == 2) return ReadyArbitraryHandle(buffer, init, array.positions_cm, frames, threshold_db);
-    return ReadyHandle(buffer, init, static_cast<uint32_t>(array.geometry), frames, threshold_db);
+    return ReadyHandle(buffer, DefaultInit(array.sample_rate, array.mic_distance_cm), array.geometry, frames, threshold_db,
+                       array.geometry == 2 ? array.positions_cm : nullptr);
 }
 
 TEST(Directions, FarFieldSourcesComeBackWithinTheArraysResolution) {
@@ -150,21 +149,6 @@ TEST(Directions, LevelAtOrBelowTheThresholdIsTooWeak) {
         handle = Ready(buffer, Uca16k(), 32, c.threshold);
         EXPECT_EQ(RunPeriod(handle, quiet, 0, 32).status, c.status) << "threshold " << c.threshold;
     }
-}
-
-TEST(Directions, VotingLengthMayChangeBetweenPeriods) {
-    WorkingBuffer buffer;
-    SslHandle* handle = Ready(buffer, Uca16k(), 32);
-    EXPECT_LE(AngleError(Localise(handle, UcaScene(120.0, 8000.0, 3, 4096), 32).front().direction, 120.0), 10.0);
-    const SslConfig shorter{25, -80, 16};
-    CaptureOutput([&] { EzoSsl_Config(handle, &shorter); });
-    for (const Period& period : Localise(handle, UcaScene(-45.0, 8000.0, 4, 4096), 16)) {
-        EXPECT_EQ(period.status, SSL_RET_OK);
-        EXPECT_LE(AngleError(period.direction, -45.0), 10.0) << period.direction;
-    }
-    int32_t votes = 0;
-    for (int k = 0; k < 10; ++k) votes += handle->voting.vote_count[0][k];
-    EXPECT_EQ(votes, 0) << "each period ended with Reset_Mapping";
 }
 
 TEST(Directions, PairsBeyondTheirToleranceReportDelaysTooLarge) {

@@ -50,28 +50,21 @@ class Dump : public testing::Test {
     SslHandle* h_ = nullptr;
 };
 
-TEST_F(Dump, MissingDirectoryRefusesInitAndReset) {
-    ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    ScopedEnv path("AUDIO_DUMP_PATH", "/nonexistent/ezossl-dumps");
-    const SslInit init = DefaultInit();
-    for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
-        const std::string label = call == EzoSsl_Init ? "Init" : "Reset";
-        SslHandle* handle = buffer_.handle();
-        EXPECT_EQ(CaptureOutput([&] { handle = call(buffer_.data(), &init); }),
-                  InitPreamble() + "[ALGO_MSG_ERR] [SSL][" + label +
-                      "]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n");
-        EXPECT_EQ(handle, nullptr);
-    }
-}
-
-TEST_F(Dump, UncreatableFileNamesItsIndexAndRefusesInit) {
+TEST_F(Dump, MissingDirectoryOrUncreatableFileRefusesInitAndReset) {
     fs::create_directory(File(2));  // a directory where file 2 should go
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
     const SslInit init = DefaultInit();
-    SslHandle* handle = buffer_.handle();
-    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer_.data(), &init); }),
-              InitPreamble() + "[ALGO_MSG_ERR] [SSL] [Init] Fail! The dump input file 2 could not be open\n");
-    EXPECT_EQ(handle, nullptr);
+    for (bool missing : {true, false}) {
+        ScopedEnv path("AUDIO_DUMP_PATH", missing ? "/nonexistent/ezossl-dumps" : dir_.path());
+        for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
+            const std::string label = call == EzoSsl_Init ? "Init" : "Reset";
+            SslHandle* handle = buffer_.handle();
+            EXPECT_EQ(CaptureOutput([&] { handle = call(buffer_.data(), &init); }),
+                      InitPreamble() + (missing ? "[ALGO_MSG_ERR] [SSL][" + label + "]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n"
+                                                : "[ALGO_MSG_ERR] [SSL] [" + label + "] Fail! The dump input file 2 could not be open\n"));
+            EXPECT_EQ(handle, nullptr);
+        }
+    }
     h_ = buffer_.handle();  // files 0 and 1 stay open until the tear-down's Free
 }
 

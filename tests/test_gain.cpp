@@ -51,23 +51,5 @@ TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
     }
 }
 
-TEST(DigitalGain, FactorIsComputedOnlyWhenTheGainChanges) {
-    WorkingBuffer buffer;
-    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
-    Block block = Filled(100);
-    // 0 dB is the gain Init stores: its factor is not recomputed either.
-    handle->gain.gain_linear = 3.0f;
-    ASSERT_EQ(ApplyGain(handle, block, 0), SSL_RET_OK);
-    EXPECT_EQ(block[0], 300);
-
-    ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
-    EXPECT_EQ(handle->gain.gain_db, -6);
-    EXPECT_NEAR(handle->gain.gain_linear, 0.5011872f, 1e-7f);
-    handle->gain.gain_linear = 2.0f;  // a factor that -6 dB could not give
-    block = Filled(100);
-    ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
-    EXPECT_EQ(block[511], 200);
-}
-
 }  // namespace
 }  // namespace ezossl_test

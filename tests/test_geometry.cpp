@@ -54,14 +54,6 @@ TEST(UniformGeometry, BoundsPositionsAndCandidatesFollowShapeSpacingAndRate) {
     }
 }
 
-TEST(UniformGeometry, LinearArrayKeepsTheCandidateTableItFound) {
-    WorkingBuffer buffer;
-    SslHandle* h = InitWithShape(buffer, DefaultInit(16000, 10.0f), 1);
-    const GeometrySnapshot circular(h);
-    ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(h, 0); }).status, SSL_RET_OK);
-    EXPECT_EQ(std::memcmp(h->voting.candidate_delay, circular.candidate_delay, sizeof(circular.candidate_delay)), 0);
-}
-
 const std::string kShapeWarning =
     "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
     "geometry will be overwrite !\t\n";
@@ -216,18 +208,16 @@ TEST(CalParams, CircularArraysGetTheGuardedLeastSquaresMatrix) {
     }
 }
 
-TEST(CalParams, LinearArrayOnlyRaisesTheFlagAndKeepsAnEarlierMatrix) {
+TEST(CalParams, LinearArrayOnlyRaisesTheFlagAndKeepsAnEarlierTableAndMatrix) {
     WorkingBuffer buffer;
-    SslHandle* h = ReadyHandle(buffer, DefaultInit(), 0);
+    SslHandle* h = ReadyHandle(buffer, DefaultInit(16000, 10.0f), 0);
     EXPECT_EQ(h->flags.params_flag, 1);
     EXPECT_EQ(h->geometry.plane_projection[0][0], 0.0f);
-    const auto calibrate = [&](uint32_t shape) {
-        return Call([&] { return EzoSsl_Set_Shape(h, shape) == SSL_RET_OK ? EzoSsl_Cal_Params(h) : 1u; }).status;
-    };
-    ASSERT_EQ(calibrate(1), SSL_RET_OK);
-    const GeometrySnapshot planar(h);
-    ASSERT_EQ(calibrate(0), SSL_RET_OK);
-    EXPECT_EQ(std::memcmp(h->geometry.plane_projection, planar.geometry.plane_projection, sizeof(planar.geometry.plane_projection)), 0);
+    h = ReadyHandle(buffer, DefaultInit(16000, 10.0f), 1);
+    const GeometrySnapshot circular(h);
+    ASSERT_EQ(Call([&] { return EzoSsl_Set_Shape(h, 0) == SSL_RET_OK ? EzoSsl_Cal_Params(h) : 1u; }).status, SSL_RET_OK);
+    EXPECT_EQ(std::memcmp(h->voting.candidate_delay, circular.candidate_delay, sizeof(circular.candidate_delay)), 0);
+    EXPECT_EQ(std::memcmp(h->geometry.plane_projection, circular.geometry.plane_projection, sizeof(circular.geometry.plane_projection)), 0);
     EXPECT_NE(h->geometry.plane_projection[0][0], 0.0f);
 }
 
