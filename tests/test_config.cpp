@@ -35,10 +35,7 @@ TEST(Config, LevelThresholdIsClampedAndItsAmplitudeLookedUp) {
 }
 
 TEST(Config, TemperatureSetsTheSpeedOfSound) {
-    const struct {
-        uint32_t temperature;
-        float speed;
-    } cases[] = {{0, 331.0f}, {25, 346.0f}, {20, 343.0f}, {40, 355.0f},
+    const struct { uint32_t temperature; float speed; } cases[] = {{0, 331.0f}, {25, 346.0f}, {20, 343.0f}, {40, 355.0f},
                  // A negative temperature wraps to a huge unsigned value; it is taken as given.
                  {static_cast<uint32_t>(-10), static_cast<float>(4294967286.0 * 0.6 + 331.0)}};
     WorkingBuffer buffer;

@@ -139,10 +139,7 @@ TEST(Directions, LevelAtOrBelowTheThresholdIsTooWeak) {
     const float level_db = handle->activity.energy_sum;  // the period's level, left in the accumulator
     ASSERT_GT(level_db, -60.0f);
     ASSERT_LT(level_db, -30.0f);
-    const struct {
-        int32_t threshold;
-        uint32_t status;
-    } cases[] = {{static_cast<int32_t>(std::floor(level_db)), SSL_RET_OK},
+    const struct { int32_t threshold; uint32_t status; } cases[] = {{static_cast<int32_t>(std::floor(level_db)), SSL_RET_OK},
                  {static_cast<int32_t>(std::ceil(level_db)), SSL_RET_SIGNAL_TOO_WEAK},
                  {0, SSL_RET_SIGNAL_TOO_WEAK}};
     for (const auto& c : cases) {

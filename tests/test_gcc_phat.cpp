@@ -86,10 +86,7 @@ TEST_F(GccPhatFixture, PeakToMeanBelowOnePointFourIsRejected) {
     // lag 0 and a trough of 1/2 at lag -128: lifted to a zero floor, peak over mean is 1 + p.
     // Cross-spectrum bins far below the 1e-9 guard keep their proportions through the phase
     // transform, so the bins are set to guard * X / (1 - X) for the wanted weighted value X.
-    const struct {
-        float p;
-        int32_t expected;
-    } cases[] = {{0.3f, ezossl::kDelayRejected}, {0.7f, 0}};
+    const struct { float p; int32_t expected; } cases[] = {{0.3f, ezossl::kDelayRejected}, {0.7f, 0}};
     for (const auto& c : cases) {
         for (int k = 0; k < ezossl::kSpectrumBins; ++k) {
             const double x = k == 0 ? 1.0 : 0.5 / 256.0 * (c.p - (k % 2 ? -1.0 : 1.0));

@@ -58,40 +58,31 @@ const std::string kShapeWarning =
     "[ALGO_MSG_WRN] [SSL] [SetShape] Warning!You may have called EzoSsl_Set_ArbitraryShape first. The array "
     "geometry will be overwrite !\t\n";
 
-TEST(UniformGeometry, InvalidGeometryIsRefusedAndChangesNothing) {
+TEST(UniformGeometry, ShapeCallsWarnAfterAnotherAndInvalidOnesChangeNothing) {
     const std::string refusal =
         "[ALGO_MSG_ERR] [SSL] [SetShape] Fail! The array_geometry setting is not allow, it should be 0 or 1 !!\r\n";
-    for (bool calibrated : {false, true}) {  // a first shape call, and one after a calibrated shape
-        WorkingBuffer buffer;
-        SslHandle* h = calibrated ? ReadyHandle(buffer, DefaultInit(), 1) : InitAndConfigure(buffer, DefaultInit());
-        const GeometrySnapshot before(h);
-        const Printed refused = Call([&] { return EzoSsl_Set_Shape(h, 2); });
-        EXPECT_EQ(refused.status, SSL_RET_INVALID_GEOMETRY);
-        EXPECT_EQ(refused.output, calibrated ? kShapeWarning + refusal : refusal);
-        EXPECT_TRUE(GeometrySnapshot(h) == before);
-        EXPECT_EQ(h->flags.shape_flag, calibrated ? 1 : 0);
-        EXPECT_EQ(h->flags.params_flag, calibrated ? 1 : 2);
-    }
-}
-
-const float kSquare[8] = {0, 0, 4, 0, 4, 4, 0, 4};
-
-TEST(UniformGeometry, EveryShapeCallAfterAnotherWarnsAndNeedsRecalibration) {
     const std::string arbitrary_warning =
         "[ALGO_MSG_WRN] [SSL] [Set_ArbitraryShape] Warning!You may have called EzoSsl_Set_Shape first. The array "
         "geometry will be overwrite !\t\n";
+    const float square[8] = {0, 0, 4, 0, 4, 4, 0, 4};
     WorkingBuffer buffer;
     SslHandle* h = InitAndConfigure(buffer, DefaultInit());
-    const std::function<uint32_t()> uniform = [&] { return EzoSsl_Set_Shape(h, 1); };
-    const std::function<uint32_t()> arbitrary = [&] { return EzoSsl_Set_ArbitraryShape(h, kSquare); };
-    const std::pair<const std::function<uint32_t()>*, std::string> sequence[] = {
-        {&uniform, ""}, {&uniform, kShapeWarning}, {&arbitrary, arbitrary_warning}, {&arbitrary, arbitrary_warning}};
-    for (const auto& [call, warning] : sequence) {
-        h->flags.params_flag = 1;
-        const Printed result = Call(*call);
-        EXPECT_EQ(result.status, SSL_RET_OK) << warning;
-        EXPECT_EQ(result.output, warning);
-        EXPECT_EQ(h->flags.params_flag, 2) << warning;
+    // Shape -1: Set_ArbitraryShape. Every accepted call needs a new calibration (params_flag 2);
+    // a refused one leaves shape and calibration flags as they were.
+    const struct { int shape; uint32_t status; std::string output; int32_t shape_flag, params_flag; } sequence[] = {
+        {2, SSL_RET_INVALID_GEOMETRY, refusal, 0, 2}, {1, SSL_RET_OK, "", 1, 2}, {0, SSL_RET_OK, kShapeWarning, 1, 2},
+        {-1, SSL_RET_OK, arbitrary_warning, 1, 2}, {-1, SSL_RET_OK, arbitrary_warning, 1, 2},
+        {2, SSL_RET_INVALID_GEOMETRY, kShapeWarning + refusal, 1, 1},
+    };
+    for (const auto& step : sequence) {
+        if (h->flags.shape_flag == 1) CaptureOutput([&] { EzoSsl_Cal_Params(h); });  // calibrated once shaped
+        const GeometrySnapshot before(h);
+        const Printed result = Call([&] { return step.shape < 0 ? EzoSsl_Set_ArbitraryShape(h, square) : EzoSsl_Set_Shape(h, step.shape); });
+        EXPECT_EQ(result.status, step.status) << step.output;
+        EXPECT_EQ(result.output, step.output);
+        EXPECT_EQ(h->flags.shape_flag, step.shape_flag) << step.output;
+        EXPECT_EQ(h->flags.params_flag, step.params_flag) << step.output;
+        EXPECT_TRUE(step.status == SSL_RET_OK || GeometrySnapshot(h) == before) << step.output;
     }
 }
 
