@@ -13,17 +13,23 @@ uint32_t Configure(SslHandle* handle, uint32_t temperature, int32_t threshold_db
     return status;
 }
 
-TEST(Config, LevelThresholdIsClampedAndItsAmplitudeLookedUp) {
-    const struct { int32_t given; int32_t stored; uint32_t amplitude; } cases[] = {
-        {-100, -80, 1}, {-81, -80, 1}, {-80, -80, 1}, {-79, -79, 1}, {-76, -76, 4}, {-75, -75, 5},
-        {-40, -40, 327}, {-6, -6, 16422}, {-1, -1, 29203}, {0, 0, 32767}, {6, 0, 32767}, {INT32_MIN, -80, 1},
+TEST(Config, ThresholdIsClampedAndLookedUpAndTemperatureSetsTheSpeedOfSound) {
+    // A negative temperature wraps to a huge unsigned value; it is taken as given.
+    const uint32_t kWrapped = static_cast<uint32_t>(-10);
+    const float kWrappedSpeed = static_cast<float>(4294967286.0 * 0.6 + 331.0);
+    const struct { int32_t given; int32_t stored; uint32_t amplitude; uint32_t temperature; float speed; } cases[] = {
+        {-100, -80, 1, 0, 331.0f}, {-81, -80, 1, 25, 346.0f}, {-80, -80, 1, 20, 343.0f}, {-79, -79, 1, 40, 355.0f},
+        {-76, -76, 4, kWrapped, kWrappedSpeed}, {-75, -75, 5, 25, 346.0f}, {-40, -40, 327, 25, 346.0f},
+        {-6, -6, 16422, 25, 346.0f}, {-1, -1, 29203, 25, 346.0f}, {0, 0, 32767, 25, 346.0f}, {6, 0, 32767, 25, 346.0f},
+        {INT32_MIN, -80, 1, 25, 346.0f},
     };
     WorkingBuffer buffer;
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
     for (const auto& c : cases) {
-        ASSERT_EQ(Configure(handle, 25, c.given, 32), SSL_RET_OK);
+        ASSERT_EQ(Configure(handle, c.temperature, c.given, 32), SSL_RET_OK);
         EXPECT_EQ(handle->settings.level_threshold_db, c.stored) << c.given;
         EXPECT_EQ(handle->settings.level_threshold_amplitude, c.amplitude) << c.given;
+        EXPECT_EQ(handle->speed_of_sound, c.speed) << c.temperature;
     }
     // Read back: what was stored, the threshold clamped, and quietly.
     ASSERT_EQ(Configure(handle, 31, -100, 77), SSL_RET_OK);
@@ -32,18 +38,6 @@ TEST(Config, LevelThresholdIsClampedAndItsAmplitudeLookedUp) {
     EXPECT_EQ(back.temperature, 31u);
     EXPECT_EQ(back.level_threshold_db, -80);
     EXPECT_EQ(back.direction_frame_num, 77);
-}
-
-TEST(Config, TemperatureSetsTheSpeedOfSound) {
-    const struct { uint32_t temperature; float speed; } cases[] = {{0, 331.0f}, {25, 346.0f}, {20, 343.0f}, {40, 355.0f},
-                 // A negative temperature wraps to a huge unsigned value; it is taken as given.
-                 {static_cast<uint32_t>(-10), static_cast<float>(4294967286.0 * 0.6 + 331.0)}};
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    for (const auto& c : cases) {
-        ASSERT_EQ(Configure(handle, c.temperature, -80, 32), SSL_RET_OK);
-        EXPECT_EQ(handle->speed_of_sound, c.speed) << c.temperature;
-    }
 }
 
 TEST(Config, ChangingTheVotingLengthWarnsAndSchedulesAVoteReset) {

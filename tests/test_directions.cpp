@@ -109,12 +109,6 @@ TEST(Directions, FarFieldSourcesComeBackWithinTheArraysResolution) {
 
 const ArrayCase& Uca16k() { return kArrays[2]; }
 
-Channels UcaScene(double angle, double amplitude, uint64_t seed, int length = 8192) {
-    MicPosition mics[kChannels];
-    Positions(Uca16k(), mics);
-    return FarFieldScene(mics, angle, 16000, kSpeedOfSound, length, amplitude, seed);
-}
-
 TEST(Directions, SilenceIsTooWeakAndUncorrelatedChannelsGiveNoDirection) {
     // Independent noise puts each frame's peak at a random lag, mostly outside the pair's
     // range: rejected frames win the vote.
@@ -132,19 +126,19 @@ TEST(Directions, SilenceIsTooWeakAndUncorrelatedChannelsGiveNoDirection) {
 }
 
 TEST(Directions, LevelAtOrBelowTheThresholdIsTooWeak) {
-    const Channels quiet = UcaScene(40.0, 300.0, 8, 4096);
+    MicPosition mics[kChannels];
+    Positions(Uca16k(), mics);
+    const Channels quiet = FarFieldScene(mics, 40.0, 16000, kSpeedOfSound, 4096, 300.0, 8);
     WorkingBuffer buffer;
     SslHandle* handle = Ready(buffer, Uca16k(), 32);
     ASSERT_EQ(RunPeriod(handle, quiet, 0, 32).status, SSL_RET_OK);
     const float level_db = handle->activity.energy_sum;  // the period's level, left in the accumulator
-    ASSERT_GT(level_db, -60.0f);
-    ASSERT_LT(level_db, -30.0f);
-    const struct { int32_t threshold; uint32_t status; } cases[] = {{static_cast<int32_t>(std::floor(level_db)), SSL_RET_OK},
-                 {static_cast<int32_t>(std::ceil(level_db)), SSL_RET_SIGNAL_TOO_WEAK},
-                 {0, SSL_RET_SIGNAL_TOO_WEAK}};
-    for (const auto& c : cases) {
-        handle = Ready(buffer, Uca16k(), 32, c.threshold);
-        EXPECT_EQ(RunPeriod(handle, quiet, 0, 32).status, c.status) << "threshold " << c.threshold;
+    ASSERT_TRUE(level_db > -60.0f && level_db < -30.0f) << level_db;
+    const std::pair<int32_t, uint32_t> cases[] = {{static_cast<int32_t>(std::floor(level_db)), SSL_RET_OK},
+                                                  {static_cast<int32_t>(std::ceil(level_db)), SSL_RET_SIGNAL_TOO_WEAK},
+                                                  {0, SSL_RET_SIGNAL_TOO_WEAK}};
+    for (const auto& [threshold, status] : cases) {
+        EXPECT_EQ(RunPeriod(Ready(buffer, Uca16k(), 32, threshold), quiet, 0, 32).status, status) << threshold;
     }
 }
 
