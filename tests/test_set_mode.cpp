@@ -13,17 +13,6 @@ const std::string kConvidenceRefusal =
 const std::string kModeRefusal = "[ALGO_MSG_ERR]  [SSL] [SetMode] Fail! The mode is only to be 0 or 1!\t\n";
 const std::string kNotIncluded = "[ALGO_MSG_ERR] [SSL] [SetMode] Fail! This lib does not include mode 1\t\n";
 
-// A period with some votes cast, to see whether a call clears it.
-void CastVotes(SslHandle* handle) {
-    handle->voting.vote_count[1][4] = 7;
-    handle->voting.delay_sum[2][3] = 1.5f;
-    handle->activity.energy_sum = 3.0f;
-}
-
-bool VotesCleared(const SslHandle* handle) {
-    return handle->voting.vote_count[1][4] == 0 && handle->voting.delay_sum[2][3] == 0.0f && handle->activity.energy_sum == 0.0f;
-}
-
 TEST(SetMode, EveryArgumentCombination) {
     const struct {
         uint32_t mode, angular_distance, convidence;
@@ -51,7 +40,8 @@ TEST(SetMode, EveryArgumentCombination) {
     for (const auto& c : cases) {
         WorkingBuffer buffer;
         SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
-        CastVotes(handle);
+        handle->voting.vote_count[1][4] = 7;  // a period with votes cast, to see whether the call clears it
+        handle->voting.delay_sum[2][3] = handle->activity.energy_sum = 3.0f;
         handle->ssl_mode = c.start_mode;
         const Printed result = Call([&] { return EzoSsl_SetMode(handle, c.mode, c.angular_distance, c.convidence); });
         const std::string name = std::to_string(c.mode) + "," + std::to_string(c.angular_distance) + "," +
@@ -59,7 +49,8 @@ TEST(SetMode, EveryArgumentCombination) {
         EXPECT_EQ(result.status, c.status) << name;
         EXPECT_EQ(result.output, c.output) << name;
         EXPECT_EQ(handle->ssl_mode, c.stored_mode) << name;
-        EXPECT_EQ(VotesCleared(handle), c.status == SSL_RET_OK) << name;
+        EXPECT_EQ(handle->voting.vote_count[1][4] == 0 && handle->voting.delay_sum[2][3] == 0.0f && handle->activity.energy_sum == 0.0f,
+                  c.status == SSL_RET_OK) << name;
     }
 }
 

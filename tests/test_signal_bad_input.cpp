@@ -49,23 +49,16 @@ void ExpectDefinedPeriod(SslHandle* handle, const char* what) {
     EXPECT_TRUE(direction == EZOSSL_NO_DIRECTION || (direction >= -90 && direction < 270)) << what << ": " << direction;
 }
 
-TEST(HostileSignals, ExtremeBlocksGiveDefinedDelaysAndDirections) {
-    for (uint32_t geometry : {0u, 1u}) {
-        for (uint32_t bf_mode : {0u, 1u}) {
-            WorkingBuffer buffer;
-            ExpectDefinedPeriod(ReadyHandle(buffer, DefaultInit(16000, 6.5f, bf_mode), geometry, 16), "6.5 cm array");
-        }
-    }
-}
-
-TEST(HostileSignals, BoundsBeyondTheCorrelationStayInsideTheHandle) {
-    // 3 m between neighbours at 48 kHz: bounds of hundreds of samples, so peaks may sit on the
+TEST(HostileSignals, ExtremeBlocksAndOversizedArraysGiveDefinedDelaysAndDirections) {
+    // From 50 cm between neighbours at 48 kHz, bounds of hundreds of samples: peaks may sit on the
     // first or last lag and the delay tests reach past the 256 lags.
-    for (float spacing_cm : {50.0f, 300.0f, 1e6f}) {
+    const struct { uint32_t rate; float distance_cm; uint32_t geometry; } arrays[] = {
+        {16000, 6.5f, 0}, {16000, 6.5f, 1}, {48000, 50.0f, 0}, {48000, 300.0f, 0}, {48000, 1e6f, 0}};
+    for (const auto& a : arrays) {
         for (uint32_t bf_mode : {0u, 1u}) {
             WorkingBuffer buffer;
-            SslHandle* handle = ReadyHandle(buffer, DefaultInit(48000, spacing_cm, bf_mode), 0, 16);
-            ExpectDefinedPeriod(handle, "oversized array");
+            SslHandle* handle = ReadyHandle(buffer, DefaultInit(a.rate, a.distance_cm, bf_mode), a.geometry, 16);
+            ExpectDefinedPeriod(handle, std::to_string(a.distance_cm).c_str());
             // Noise shifted by whole frames' worth puts the peak anywhere, the edges included.
             const int shifts[4] = {0, 127, -128, 64};
             const Channels scene = ShiftedCopies(NoiseSource(5).White(16 * 128, 9000.0), shifts);
