@@ -40,7 +40,7 @@ TEST(UniformGeometry, BoundsPositionsAndCandidatesFollowShapeSpacingAndRate) {
     for (const auto& c : cases) {
         const std::string name = std::to_string(c.geometry) + ", " + std::to_string(c.distance_cm) + " cm";
         WorkingBuffer buffer;
-        SslHandle* h = InitWithShape(buffer, DefaultInit(c.rate, c.distance_cm), c.geometry);
+        SslHandle* h = ReadyHandle(buffer, DefaultInit(c.rate, c.distance_cm), c.geometry);
         for (int q = 0; q < 3; ++q) EXPECT_EQ(h->max_delay[q], c.max_delay[q]) << name << ", pair " << q;
         ExpectPositions(h, c.metres, name);
         // A circular array's pairs lie at 45, 0 and -45 degrees; a linear one keeps Init's table.
