@@ -131,23 +131,26 @@ TEST_F(Live, ListenErrorsNameTheProblemAndTheFix) {
     }
 }
 
-// Ctrl-C ends the capture cleanly: the period under way is voted and printed, then the summary.
+// Ctrl-C (or kill) ends the capture cleanly: the period under way is voted and printed, then
+// the summary.
 TEST_F(Live, InterruptedListenKeepsItsRowsAndSummary) {
     WriteFile("scene16.raw", RawPcm(scene_, 4, 0, 16, scene_.samples.size() / 4));
-    Child child = Start(Args({"listen", "--device", "scene16", "--format", "csv"}, kUca));
-    TimedLines output = ReadLines(child.output, 2);   // the header and a first row: the capture runs
-    kill(child.pid, SIGINT);
-    const TimedLines rest = ReadLines(child.output);
-    output.lines.insert(output.lines.end(), rest.lines.begin(), rest.lines.end());
-    const Finished finished = Wait(child);
-    EXPECT_EQ(finished.exit_code, 0) << finished.err;
-    const size_t rows = output.lines.size() - 1;
-    ASSERT_GE(rows, 1u);
-    EXPECT_EQ(output.lines[0], "start_s,status,direction_deg,overruns");
-    const std::vector<std::string> summary = Lines(finished.err);
-    ASSERT_GE(summary.size(), 2u) << finished.err;
-    EXPECT_EQ(summary[0].rfind("captured ", 0), 0u) << finished.err;
-    EXPECT_EQ(summary[1].rfind("periods: " + std::to_string(rows) + " of 0.256 s", 0), 0u) << finished.err;
+    for (const int stop_signal : {SIGINT, SIGTERM}) {
+        Child child = Start(Args({"listen", "--device", "scene16", "--format", "csv"}, kUca));
+        TimedLines output = ReadLines(child.output, 2);   // the header and a first row: the capture runs
+        kill(child.pid, stop_signal);
+        const TimedLines rest = ReadLines(child.output);
+        output.lines.insert(output.lines.end(), rest.lines.begin(), rest.lines.end());
+        const Finished finished = Wait(child);
+        EXPECT_EQ(finished.exit_code, 0) << finished.err;
+        ASSERT_GE(output.lines.size(), 2u);
+        EXPECT_EQ(output.lines[0], "start_s,status,direction_deg,overruns");
+        const std::vector<std::string> summary = Lines(finished.err);
+        ASSERT_GE(summary.size(), 2u) << finished.err;
+        EXPECT_EQ(summary[0].rfind("captured ", 0), 0u) << finished.err;
+        const std::string periods = "periods: " + std::to_string(output.lines.size() - 1) + " of 0.256 s";
+        EXPECT_EQ(summary[1].rfind(periods, 0), 0u) << finished.err;
+    }
 }
 
 // Standard input is read like a file, both as a WAV stream and as headerless PCM.
