@@ -46,7 +46,7 @@ std::string Mean(const MethodScore& s) { return s.answered ? FormatFixed(s.error
 void PrintRow(std::FILE* out, const std::string& label, const RowScore& row) {
     const MethodScore& a = row.specified;
     const MethodScore& b = row.srp;
-    std::fprintf(out, "%-14s %7d | %6s %6s %6s %6s | %6s %6s %6s %6s | %6s %6s\n", label.c_str(), row.periods,
+    std::fprintf(out, "%-16s %7d | %6s %6s %6s %6s | %6s %6s %6s %6s | %6s %6s\n", label.c_str(), row.periods,
                  Percent(a.answered, row.periods).c_str(), Mean(a).c_str(), Percent(a.close, a.answered).c_str(),
                  Percent(a.candidate, a.answered).c_str(), Percent(b.answered, row.periods).c_str(), Mean(b).c_str(),
                  Percent(b.close, b.answered).c_str(), Percent(b.candidate, b.answered).c_str(), Mean(a).c_str(),
@@ -115,9 +115,9 @@ int RunAccuracy(const AccuracyOptions& options) {
 
     std::FILE* out = Console::Out();
     std::fprintf(out, "%s\n\n", GridText(grid, periods.size()).c_str());
-    std::fprintf(out, "%-14s %7s | %-27s | %-27s | %s\n", "", "", "specified (GCC-PHAT voting)", "SRP-PHAT, all six pairs",
+    std::fprintf(out, "%-16s %7s | %-27s | %-27s | %s\n", "", "", "specified (GCC-PHAT voting)", "SRP-PHAT, all six pairs",
                  "where specified answers");
-    std::fprintf(out, "%-14s %7s | %6s %6s %6s %6s | %6s %6s %6s %6s | %6s %6s\n", "row", "periods", "dir %",
+    std::fprintf(out, "%-16s %7s | %6s %6s %6s %6s | %6s %6s %6s %6s | %6s %6s\n", "row", "periods", "dir %",
                  "MAE", "<=10", "<=22.5", "dir %", "MAE", "<=10", "<=22.5", "spec", "SRP");
     RowScore overall;
     for (const GridPeriod& p : periods) overall.Add(p);
@@ -128,6 +128,14 @@ int RunAccuracy(const AccuracyOptions& options) {
         std::vector<RowScore> rows(labels.size());
         for (const GridPeriod& p : periods) rows[p.axis[axis]].Add(p);
         for (size_t i = 0; i < labels.size(); ++i) PrintRow(out, labels[i], rows[i]);
+    }
+    // The cleanest cell: no room and the highest SNR, which the grid lists first.
+    if (!grid.rooms.front().rt60_s) {
+        RowScore clean;
+        for (const GridPeriod& p : periods) {
+            if (p.axis[kAxisRoom] == 0 && p.axis[kAxisSnr] == 0) clean.Add(p);
+        }
+        PrintRow(out, "anechoic, " + FormatNumber(grid.snrs_db.front()) + " dB", clean);
     }
     std::fprintf(out, "\ndir %%: periods with a direction; MAE: mean absolute error in deg; <=10, <=22.5: %% of the\n"
                       "directions within 10 and 22.5 deg of the truth (a line's truth folded to -90..90)\n%s\n",
