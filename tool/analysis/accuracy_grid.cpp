@@ -91,7 +91,11 @@ std::vector<GridPeriod> RunJob(const AccuracyGrid& grid, const SceneJob& job) {
         setup.room->rt60_s = *rt60;
     }
     setup.seed = job.seed;
-    const RenderedScene scene = RenderScene(setup);
+    std::vector<int16_t> clean;
+    clean.reserve(SceneFrames(setup) * EZOSSL_MIC_NUM);
+    const RenderedScene scene = RenderScene(setup, [&](const int16_t* interleaved, size_t frames) {
+        clean.insert(clean.end(), interleaved, interleaved + frames * EZOSSL_MIC_NUM);
+    });
 
     LibrarySettings settings;
     settings.array = setup.array;
@@ -99,7 +103,7 @@ std::vector<GridPeriod> RunJob(const AccuracyGrid& grid, const SceneJob& job) {
     const bool linear = IsLinear(setup.array);
     std::vector<GridPeriod> periods;
     for (size_t snr = 0; snr < grid.snrs_db.size(); ++snr) {
-        MemorySource source(WithNoise(scene.interleaved, grid.snrs_db[snr], job.seed * kNoiseSeedStep + snr),
+        MemorySource source(WithNoise(clean, grid.snrs_db[snr], job.seed * kNoiseSeedStep + snr),
                             setup.sample_rate);
         const Localization localization = Localize(source, settings, "", Method::kBoth);
         for (const PeriodResult& period : localization.periods) {
