@@ -2,11 +2,12 @@
 # Fails when the shared library exports anything but the sixteen EzoSsl_* functions.
 set -euo pipefail
 lib=$1
+nm=${2:-nm}  # the target's nm in cross builds
 expected="EzoSsl_ApplyDigitalGain EzoSsl_Cal_Params EzoSsl_Config EzoSsl_Free EzoSsl_GetAPIVersion
 EzoSsl_GetBufferSize EzoSsl_Get_Config EzoSsl_Get_Direction EzoSsl_Init EzoSsl_Reset
 EzoSsl_Reset_Mapping EzoSsl_Run EzoSsl_SetCallbackFunction EzoSsl_SetMode EzoSsl_Set_ArbitraryShape
 EzoSsl_Set_Shape"
-exported=$(nm -D --defined-only "$lib" | awk '{print $3}' | sort)
+exported=$("$nm" -D --defined-only "$lib" | awk '{print $3}' | sort)
 want=$(echo $expected | tr ' ' '\n' | sort)
 if [ "$exported" != "$want" ]; then
   echo "exported symbols differ from the API:"
