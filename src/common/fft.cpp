@@ -86,14 +86,17 @@ void Qel_rdft(FftState* state, int32_t n, int32_t direction, float* data, float*
         RealFftPlan* plan = UsablePlan(state, n, data);
         if (!plan) return;
         ClearLanes(plan);
-        for (int k = 0; k < kRealFftBins; ++k) {
-            plan->data[k].re[0] = state->scratch[2 * k];
-            plan->data[k].im[0] = state->scratch[2 * k + 1];
-        }
-        RealFft_Inverse(plan);
+        const auto bin = [&](int k) {
+            FftLanes value{};
+            value.re[0] = state->scratch[2 * k];
+            value.im[0] = state->scratch[2 * k + 1];
+            return value;
+        };
+        for (int k = 0; k <= kHalfFftSize / 2; ++k) RealFft_SetInversePair(plan, k, bin(k), bin(kHalfFftSize - k));
+        RealFft_InverseTransform(plan);
         for (int i = 0; i < kHalfFftSize; ++i) {
-            data[2 * i] = RealFft_Output(plan, i).re[0];
-            data[2 * i + 1] = RealFft_Output(plan, i).im[0];
+            data[2 * i] = plan->data[i].re[0];
+            data[2 * i + 1] = plan->data[i].im[0];
         }
     }
 }

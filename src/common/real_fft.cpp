@@ -1,6 +1,8 @@
 // 256-point real FFT as a 128-point complex radix-4 transform plus the split into a real spectrum.
 #include "real_fft.h"
 
+#include "fft_lanes.h"
+
 namespace ezossl {
 namespace {
 
@@ -38,95 +40,81 @@ void UnitRoot(int j, float* re, float* im) {
     *im = static_cast<float>(-sin_j[quadrant]);
 }
 
-inline FftLanes Add(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] + b.re[l];
-        r.im[l] = a.im[l] + b.im[l];
-    }
-    return r;
+// One radix-4 decimation-in-frequency butterfly on x[p + r q], r = 0..3: output residue r
+// goes, times w^(r p), to quarter r.
+inline void Radix4Dif(FftLanes* x, int p, int q, const float* w) {
+    const FftLanes a0 = x[p], a1 = x[p + q], a2 = x[p + 2 * q], a3 = x[p + 3 * q];
+    const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
+    x[p] = Add(t0, t2);
+    x[p + q] = Twiddle<false>(AddRotated<false>(t1, t3), w);
+    x[p + 2 * q] = Twiddle<false>(Sub(t0, t2), w + 2);
+    x[p + 3 * q] = Twiddle<false>(AddRotated<true>(t1, t3), w + 4);
 }
 
-inline FftLanes Sub(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] - b.re[l];
-        r.im[l] = a.im[l] - b.im[l];
-    }
-    return r;
+// Its inverse up to the factor 4, with the opposite sign: the twiddles come off first, then
+// the butterfly puts the residues back in natural order.
+inline void Radix4Dit(FftLanes* x, int p, int q, const float* w) {
+    const FftLanes y0 = x[p], y1 = Twiddle<true>(x[p + q], w), y2 = Twiddle<true>(x[p + 2 * q], w + 2),
+                   y3 = Twiddle<true>(x[p + 3 * q], w + 4);
+    const FftLanes s0 = Add(y0, y2), s1 = Sub(y0, y2), s2 = Add(y1, y3), s3 = Sub(y1, y3);
+    x[p] = Add(s0, s2);
+    x[p + q] = AddRotated<true>(s1, s3);
+    x[p + 2 * q] = Sub(s0, s2);
+    x[p + 3 * q] = AddRotated<false>(s1, s3);
 }
 
-// a + i b (inverse) or a - i b (forward).
-template <bool kInverse>
-inline FftLanes AddRotated(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = kInverse ? a.re[l] - b.im[l] : a.re[l] + b.im[l];
-        r.im[l] = kInverse ? a.im[l] + b.re[l] : a.im[l] - b.re[l];
-    }
-    return r;
+inline void Radix2(FftLanes* x) {
+    const FftLanes a0 = x[0], a1 = x[1];
+    x[0] = Add(a0, a1);
+    x[1] = Sub(a0, a1);
 }
 
-// a times w (forward) or times conj(w) (inverse).
-template <bool kInverse>
-inline FftLanes Twiddle(const FftLanes& a, const float* w) {
-    const float c = w[0], s = kInverse ? -w[1] : w[1];
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] * c - a.im[l] * s;
-        r.im[l] = a.re[l] * s + a.im[l] * c;
-    }
-    return r;
+// Twiddles of the pass over blocks of 4q points.
+const float* PassTwiddles(const RealFftPlan* plan, int q) {
+    return plan->stage_twiddles + (q == 32 ? 0 : q == 8 ? 6 * 32 : 6 * 40);
 }
 
-// One radix-4 decimation-in-frequency pass over blocks of 4q points: output residue r of
-// every block goes, times w^(r p), to the block's quarter r.
-template <bool kInverse>
-void Radix4Pass(FftLanes* data, int q, const float* twiddles) {
-    for (int block = 0; block < kHalfFftSize; block += 4 * q) {
-        FftLanes* x = data + block;
-        for (int p = 0; p < q; ++p) {
-            const float* w = twiddles + 6 * p;
-            const FftLanes a0 = x[p], a1 = x[p + q], a2 = x[p + 2 * q], a3 = x[p + 3 * q];
-            const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
-            x[p] = Add(t0, t2);
-            x[p + q] = Twiddle<kInverse>(AddRotated<kInverse>(t1, t3), w);
-            x[p + 2 * q] = Twiddle<kInverse>(Sub(t0, t2), w + 2);
-            x[p + 3 * q] = Twiddle<kInverse>(AddRotated<!kInverse>(t1, t3), w + 4);
+// The 128-point forward transform in place, natural order in, bin k out at position[k]:
+// radix-4 passes over blocks of 128, 32 and 8 points, then radix 2. The last two passes run
+// block by block of 8 points, which stay in registers between them.
+void ForwardTransform(RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    for (int q = 32; q >= 8; q /= 4) {
+        const float* w = PassTwiddles(plan, q);
+        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+            for (int p = 0; p < q; ++p) Radix4Dif(data + block, p, q, w + 6 * p);
         }
     }
+    const float* w = PassTwiddles(plan, 2);
+    for (int block = 0; block < kHalfFftSize; block += 8) {
+        FftLanes x[8];
+        for (int i = 0; i < 8; ++i) x[i] = data[block + i];
+        Radix4Dif(x, 0, 2, w);
+        Radix4Dif(x, 1, 2, w + 6);
+        for (int i = 0; i < 8; i += 2) Radix2(x + i);
+        for (int i = 0; i < 8; ++i) data[block + i] = x[i];
+    }
 }
 
-// The 128-point complex transform in place; bin k ends at position[k].
-template <bool kInverse>
-void ComplexTransform(RealFftPlan* plan) {
+// The forward transform's passes undone in reverse order: bin k taken from position[k],
+// the inverse transform (unscaled, opposite sign) left in natural order.
+void InverseTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
-    Radix4Pass<kInverse>(data, 32, plan->stage_twiddles);
-    Radix4Pass<kInverse>(data, 8, plan->stage_twiddles + 6 * 32);
-    Radix4Pass<kInverse>(data, 2, plan->stage_twiddles + 6 * 40);
-    for (int n = 0; n < kHalfFftSize; n += 2) {
-        const FftLanes a0 = data[n], a1 = data[n + 1];
-        data[n] = Add(a0, a1);
-        data[n + 1] = Sub(a0, a1);
+    const float* w = PassTwiddles(plan, 2);
+    for (int block = 0; block < kHalfFftSize; block += 8) {
+        FftLanes x[8];
+        for (int i = 0; i < 8; ++i) x[i] = data[block + i];
+        for (int i = 0; i < 8; i += 2) Radix2(x + i);
+        Radix4Dit(x, 0, 2, w);
+        Radix4Dit(x, 1, 2, w + 6);
+        for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
-}
-
-FftLanes Conjugate(const FftLanes& a) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l];
-        r.im[l] = -a.im[l];
+    for (int q = 8; q <= 32; q *= 4) {
+        const float* wq = PassTwiddles(plan, q);
+        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+            for (int p = 0; p < q; ++p) Radix4Dit(data + block, p, q, wq + 6 * p);
+        }
     }
-    return r;
-}
-
-FftLanes Scale(const FftLanes& a, float factor) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] * factor;
-        r.im[l] = a.im[l] * factor;
-    }
-    return r;
 }
 
 void Store(float* const out[kFftLanes], int k, const FftLanes& value) {
@@ -164,7 +152,7 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes) {
 // E = (Z[k] + conj Z[128-k]) / 2, O = -i (Z[k] - conj Z[128-k]) / 2, P = w^k O;
 // X[k] = E + P and X[128-k] = conj(E - P).
 void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
-    ComplexTransform<false>(plan);
+    ForwardTransform(plan);
     const FftLanes* data = plan->data;
     const FftLanes z0 = data[plan->position[0]];
     FftLanes dc, nyquist;
@@ -186,26 +174,6 @@ void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
     }
 }
 
-// The split run backwards, without the halves: F = X[k] + conj X[128-k],
-// G = w^-k (X[k] - conj X[128-k]); Z[k] = F + i G and Z[128-k] = conj(F - i G). The inverse
-// complex transform of Z is then 256 times the signal's even + i odd samples.
-void RealFft_Inverse(RealFftPlan* plan) {
-    FftLanes* data = plan->data;
-    FftLanes z0;
-    for (int l = 0; l < kFftLanes; ++l) {
-        z0.re[l] = data[0].re[l] + data[kHalfFftSize].re[l];
-        z0.im[l] = data[0].re[l] - data[kHalfFftSize].re[l];
-    }
-    data[0] = z0;
-    for (int k = 1; k <= kHalfFftSize / 2; ++k) {
-        const FftLanes a = data[k];
-        const FftLanes b = Conjugate(data[kHalfFftSize - k]);
-        const FftLanes sum = Add(a, b);
-        const FftLanes rotated = Twiddle<true>(Sub(a, b), plan->split_twiddles[k]);
-        data[k] = AddRotated<true>(sum, rotated);
-        if (k < kHalfFftSize / 2) data[kHalfFftSize - k] = Conjugate(AddRotated<false>(sum, rotated));
-    }
-    ComplexTransform<true>(plan);
-}
+void RealFft_InverseTransform(RealFftPlan* plan) { InverseTransform(plan); }
 
 }  // namespace ezossl

@@ -4,30 +4,21 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fft_lanes.h"
+
 namespace ezossl {
 
 constexpr int kRealFftSize = 256;
 constexpr int kRealFftBins = kRealFftSize / 2 + 1;  // one-sided spectrum, DC to Nyquist
 constexpr int kHalfFftSize = kRealFftSize / 2;      // the complex transform inside
-constexpr int kFftLanes = 4;                        // transforms computed together
-
-// One complex value of each of the four transforms. The lanes are the vector width: every
-// butterfly is one vector operation on SSE2 and NEON (four scalar ones elsewhere), and each
-// lane goes through exactly the operations a transform of its own would, so the lanes never
-// affect each other's rounding.
-struct FftLanes {
-    float re[kFftLanes];
-    float im[kFftLanes];
-};
-
 // Twiddles of the three radix-4 passes (blocks of 128, 32 and 8 points): per butterfly p of a
 // block of L points, w^p, w^2p and w^3p with w = exp(-2 pi i / L), as re, im.
 constexpr int kStageTwiddleFloats = 6 * (32 + 8 + 2);
 
 struct RealFftPlan {
-    // Working data: the packed input, then the half-length spectrum in digit-reversed order.
-    // One entry more than the complex transform needs, so an inverse takes its Nyquist bin here.
-    FftLanes data[kRealFftBins];
+    // Working data: the packed input, then the half-length spectrum in digit-reversed order;
+    // for the inverse the other way round.
+    FftLanes data[kHalfFftSize];
     float stage_twiddles[kStageTwiddleFloats];
     float split_twiddles[kHalfFftSize / 2 + 1][2];  // exp(-2 pi i k / 256), k = 0..64
     uint8_t position[kHalfFftSize];                 // where the transform leaves bin k
@@ -41,11 +32,34 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes);
 // imaginary parts of DC and Nyquist 0): X[k] = sum x[t] exp(-2 pi i k t / 256).
 void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]);
 
-// Inverse: the caller stores lane l's 129 bins in data[k] (k <= 128; the imaginary parts of
-// DC and Nyquist are ignored). Afterwards RealFft_Output(plan, n) holds samples 2n and 2n + 1
-// of every lane as re and im, unscaled: 256 times the signal whose spectrum was given.
-void RealFft_Inverse(RealFftPlan* plan);
-
-inline const FftLanes& RealFft_Output(const RealFftPlan* plan, int n) { return plan->data[plan->position[n]]; }
+// Inverse, for callers that produce the bins on the fly: bins k and 128 - k of every lane
+// (for k = 0 the second is the Nyquist bin, whose imaginary part is ignored like DC's; for
+// k = 64 both are bin 64) go in together, for every k = 0..64 in any order, then the transform
+// runs. They land where the forward transform leaves its bins k and 128 - k, so a caller may
+// read a forward result pair and replace it in place. Afterwards data[n] holds samples 2n and
+// 2n + 1 of every lane as re and im, unscaled: 256 times the signal with the given spectrum.
+// With F = X[k] + conj X[128-k] and G = w^-k (X[k] - conj X[128-k]), the complex transform's
+// input is Z[k] = F + i G and Z[128-k] = conj(F - i G): the forward split run backwards,
+// without its halves.
+inline void RealFft_SetInversePair(RealFftPlan* plan, int k, const FftLanes& bin, const FftLanes& mirror) {
+    FftLanes* data = plan->data;
+    const uint8_t* position = plan->position;
+    if (k == 0) {
+        FftLanes z;
+        for (int l = 0; l < kFftLanes; ++l) {
+            z.re[l] = bin.re[l] + mirror.re[l];
+            z.im[l] = bin.re[l] - mirror.re[l];
+        }
+        data[position[0]] = z;
+        return;
+    }
+    const FftLanes b = Conjugate(mirror);
+    const FftLanes sum = Add(bin, b);
+    const FftLanes rotated = Twiddle<true>(Sub(bin, b), plan->split_twiddles[k]);
+    const FftLanes z = AddRotated<true>(sum, rotated);
+    if (k < kHalfFftSize / 2) data[position[kHalfFftSize - k]] = Conjugate(AddRotated<false>(sum, rotated));
+    data[position[k]] = z;
+}
+void RealFft_InverseTransform(RealFftPlan* plan);
 
 }  // namespace ezossl
