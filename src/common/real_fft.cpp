@@ -148,29 +148,15 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes) {
     return plan;
 }
 
-// With z = even + i odd samples and Z its transform, for k and 128 - k at once:
-// E = (Z[k] + conj Z[128-k]) / 2, O = -i (Z[k] - conj Z[128-k]) / 2, P = w^k O;
-// X[k] = E + P and X[128-k] = conj(E - P).
+void RealFft_ForwardTransform(RealFftPlan* plan) { ForwardTransform(plan); }
+
 void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
     ForwardTransform(plan);
-    const FftLanes* data = plan->data;
-    const FftLanes z0 = data[plan->position[0]];
-    FftLanes dc, nyquist;
-    for (int l = 0; l < kFftLanes; ++l) {
-        dc.re[l] = z0.re[l] + z0.im[l];
-        nyquist.re[l] = z0.re[l] - z0.im[l];
-        dc.im[l] = nyquist.im[l] = 0.0f;
-    }
-    Store(out, 0, dc);
-    Store(out, kHalfFftSize, nyquist);
-    for (int k = 1; k <= kHalfFftSize / 2; ++k) {
-        const FftLanes a = data[plan->position[k]];
-        const FftLanes b = Conjugate(data[plan->position[kHalfFftSize - k]]);
-        const FftLanes even = Scale(Add(a, b), 0.5f);
-        const FftLanes odd = Scale(AddRotated<false>(FftLanes{}, Sub(a, b)), 0.5f);
-        const FftLanes rotated = Twiddle<false>(odd, plan->split_twiddles[k]);
-        Store(out, k, Add(even, rotated));
-        if (k < kHalfFftSize / 2) Store(out, kHalfFftSize - k, Conjugate(Sub(even, rotated)));
+    for (int k = 0; k <= kHalfFftSize / 2; ++k) {
+        FftLanes bin, mirror;
+        RealFft_SplitPair(plan, k, &bin, &mirror);
+        Store(out, k, bin);
+        if (k < kHalfFftSize / 2) Store(out, kHalfFftSize - k, mirror);
     }
 }
 

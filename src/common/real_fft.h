@@ -32,6 +32,33 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes);
 // imaginary parts of DC and Nyquist 0): X[k] = sum x[t] exp(-2 pi i k t / 256).
 void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]);
 
+// The same in two steps, for callers that use the bins on the fly: the transform, then the
+// bins k and 128 - k of every lane (k = 0..64; for k = 0 the second is the Nyquist bin, for
+// k = 64 both are bin 64). With z = even + i odd samples and Z its transform:
+// E = (Z[k] + conj Z[128-k]) / 2, O = -i (Z[k] - conj Z[128-k]) / 2, P = w^k O;
+// X[k] = E + P and X[128-k] = conj(E - P).
+void RealFft_ForwardTransform(RealFftPlan* plan);
+inline void RealFft_SplitPair(const RealFftPlan* plan, int k, FftLanes* bin, FftLanes* mirror) {
+    const FftLanes* data = plan->data;
+    const uint8_t* position = plan->position;
+    if (k == 0) {
+        const FftLanes z = data[position[0]];
+        for (int l = 0; l < kFftLanes; ++l) {
+            bin->re[l] = z.re[l] + z.im[l];
+            mirror->re[l] = z.re[l] - z.im[l];
+            bin->im[l] = mirror->im[l] = 0.0f;
+        }
+        return;
+    }
+    const FftLanes a = data[position[k]];
+    const FftLanes b = Conjugate(data[position[kHalfFftSize - k]]);
+    const FftLanes even = Scale(Add(a, b), 0.5f);
+    const FftLanes odd = Scale(AddRotated<false>(FftLanes{}, Sub(a, b)), 0.5f);
+    const FftLanes rotated = Twiddle<false>(odd, plan->split_twiddles[k]);
+    *bin = Add(even, rotated);
+    *mirror = Conjugate(Sub(even, rotated));
+}
+
 // Inverse, for callers that produce the bins on the fly: bins k and 128 - k of every lane
 // (for k = 0 the second is the Nyquist bin, whose imaginary part is ignored like DC's; for
 // k = 64 both are bin 64) go in together, for every k = 0..64 in any order, then the transform
