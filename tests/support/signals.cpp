@@ -56,13 +56,21 @@ void Transform(std::vector<std::complex<double>>& x, int sign) {
         j |= bit;
         if (i < j) std::swap(x[i], x[j]);
     }
+    std::vector<std::complex<double>> twiddle;
     for (size_t len = 2; len <= n; len <<= 1) {
+        twiddle.resize(len / 2);
         for (size_t k = 0; k < len / 2; ++k) {
-            const auto w = std::polar(1.0, sign * 2.0 * M_PI * static_cast<double>(k) / static_cast<double>(len));
-            for (size_t i = k; i < n; i += len) {
-                const auto odd = x[i + len / 2] * w;
-                x[i + len / 2] = x[i] - odd;
-                x[i] += odd;
+            twiddle[k] = std::polar(1.0, sign * 2.0 * M_PI * static_cast<double>(k) / static_cast<double>(len));
+        }
+        for (size_t start = 0; start < n; start += len) {
+            std::complex<double>* a = &x[start];
+            std::complex<double>* b = a + len / 2;
+            for (size_t k = 0; k < len / 2; ++k) {
+                // Written out: the library call std::complex's product makes for infinities is slow.
+                const std::complex<double> odd(b[k].real() * twiddle[k].real() - b[k].imag() * twiddle[k].imag(),
+                                               b[k].real() * twiddle[k].imag() + b[k].imag() * twiddle[k].real());
+                b[k] = a[k] - odd;
+                a[k] += odd;
             }
         }
     }
