@@ -86,13 +86,12 @@ void Qel_rdft(FftState* state, int32_t n, int32_t direction, float* data, float*
         RealFftPlan* plan = UsablePlan(state, n, data);
         if (!plan) return;
         ClearLanes(plan);
-        const auto bin = [&](int k) {
-            FftLanes value{};
-            value.re[0] = state->scratch[2 * k];
-            value.im[0] = state->scratch[2 * k + 1];
-            return value;
-        };
-        for (int k = 0; k <= kHalfFftSize / 2; ++k) RealFft_SetInversePair(plan, k, bin(k), bin(kHalfFftSize - k));
+        for (int k = 1; k < kHalfFftSize; ++k) {
+            plan->data[plan->position[k]].re[0] = state->scratch[2 * k];
+            plan->data[plan->position[k]].im[0] = state->scratch[2 * k + 1];
+        }
+        plan->data[plan->position[0]].re[0] = state->scratch[0];
+        plan->data[plan->position[0]].im[0] = state->scratch[kRealFftSize];
         RealFft_InverseTransform(plan);
         for (int i = 0; i < kHalfFftSize; ++i) {
             data[2 * i] = plan->data[i].re[0];

@@ -160,6 +160,26 @@ void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
     }
 }
 
-void RealFft_InverseTransform(RealFftPlan* plan) { InverseTransform(plan); }
+void RealFft_InverseTransform(RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    const uint8_t* position = plan->position;
+    FftLanes& ends = data[position[0]];
+    for (int l = 0; l < kFftLanes; ++l) {
+        const float dc = ends.re[l], nyquist = ends.im[l];
+        ends.re[l] = dc + nyquist;
+        ends.im[l] = dc - nyquist;
+    }
+    for (int k = 1; k <= kHalfFftSize / 2; ++k) {
+        FftLanes& bin = data[position[k]];
+        FftLanes& mirror = data[position[kHalfFftSize - k]];
+        const FftLanes b = Conjugate(mirror);
+        const FftLanes sum = Add(bin, b);
+        const FftLanes rotated = Twiddle<true>(Sub(bin, b), plan->split_twiddles[k]);
+        const FftLanes z = AddRotated<true>(sum, rotated);
+        if (k < kHalfFftSize / 2) mirror = Conjugate(AddRotated<false>(sum, rotated));
+        bin = z;
+    }
+    InverseTransform(plan);
+}
 
 }  // namespace ezossl

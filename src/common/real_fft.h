@@ -59,34 +59,13 @@ inline void RealFft_SplitPair(const RealFftPlan* plan, int k, FftLanes* bin, Fft
     *mirror = Conjugate(Sub(even, rotated));
 }
 
-// Inverse, for callers that produce the bins on the fly: bins k and 128 - k of every lane
-// (for k = 0 the second is the Nyquist bin, whose imaginary part is ignored like DC's; for
-// k = 64 both are bin 64) go in together, for every k = 0..64 in any order, then the transform
-// runs. They land where the forward transform leaves its bins k and 128 - k, so a caller may
-// read a forward result pair and replace it in place. Afterwards data[n] holds samples 2n and
-// 2n + 1 of every lane as re and im, unscaled: 256 times the signal with the given spectrum.
-// With F = X[k] + conj X[128-k] and G = w^-k (X[k] - conj X[128-k]), the complex transform's
-// input is Z[k] = F + i G and Z[128-k] = conj(F - i G): the forward split run backwards,
-// without its halves.
-inline void RealFft_SetInversePair(RealFftPlan* plan, int k, const FftLanes& bin, const FftLanes& mirror) {
-    FftLanes* data = plan->data;
-    const uint8_t* position = plan->position;
-    if (k == 0) {
-        FftLanes z;
-        for (int l = 0; l < kFftLanes; ++l) {
-            z.re[l] = bin.re[l] + mirror.re[l];
-            z.im[l] = bin.re[l] - mirror.re[l];
-        }
-        data[position[0]] = z;
-        return;
-    }
-    const FftLanes b = Conjugate(mirror);
-    const FftLanes sum = Add(bin, b);
-    const FftLanes rotated = Twiddle<true>(Sub(bin, b), plan->split_twiddles[k]);
-    const FftLanes z = AddRotated<true>(sum, rotated);
-    if (k < kHalfFftSize / 2) data[position[kHalfFftSize - k]] = Conjugate(AddRotated<false>(sum, rotated));
-    data[position[k]] = z;
-}
+// Inverse: the caller stores bin k of every lane where the forward transform leaves it,
+// data[position[k]] for k = 1..127, and the real parts of DC and Nyquist (the imaginary parts
+// are ignored) as data[position[0]].re and .im. The transform then runs in place; afterwards
+// data[n] holds samples 2n and 2n + 1 of every lane as re and im, unscaled: 256 times the
+// signal with the given spectrum. Internally the forward split runs backwards, without its
+// halves: with F = X[k] + conj X[128-k] and G = w^-k (X[k] - conj X[128-k]), the complex
+// transform's input is Z[k] = F + i G and Z[128-k] = conj(F - i G).
 void RealFft_InverseTransform(RealFftPlan* plan);
 
 }  // namespace ezossl

@@ -10,28 +10,33 @@
 namespace ezossl {
 namespace {
 
-// Cross spectra of channel 0 with channel l in lane l, each bin divided by its magnitude (the
-// square root and the division in double, as the one-pair code did), for a bin and its mirror
-// at once: eight independent lanes that vectorise as a whole. Lane 0 (channel 0 with itself)
-// is computed and not used.
+// Cross spectra of channel 0 with channels 1, 2 and 3 in lanes 1..3, each bin divided by its
+// magnitude (the square root and the division in double, as the one-pair code did), for a bin
+// and its mirror at once: six independent values that vectorise as a whole. Lane 0 stays 0.
 void Weigh(const FftLanes bins[2], FftLanes out[2]) {
-    float re[2][kFftLanes], im[2][kFftLanes], magnitude[2][kFftLanes];
-    for (int i = 0; i < 2; ++i) {
-        const float a = bins[i].re[0], b = bins[i].im[0];
-        for (int l = 0; l < kFftLanes; ++l) {
-            const float c = bins[i].re[l], d = bins[i].im[l];
-            re[i][l] = a * c + b * d;
-            im[i][l] = b * c - a * d;
-            magnitude[i][l] = static_cast<float>(std::sqrt(static_cast<double>(re[i][l] * re[i][l] + im[i][l] * im[i][l])));
-        }
+    constexpr int kValues = 2 * kPairNum;
+    float re[kValues], im[kValues], magnitude[kValues];
+    for (int v = 0; v < kValues; ++v) {
+        const FftLanes& bin = bins[v / kPairNum];
+        const int lane = PairLane(v % kPairNum);
+        const float a = bin.re[0], b = bin.im[0], c = bin.re[lane], d = bin.im[lane];
+        re[v] = a * c + b * d;
+        im[v] = b * c - a * d;
+        magnitude[v] = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
     }
-    for (int i = 0; i < 2; ++i) {
-        for (int l = 0; l < kFftLanes; ++l) {
-            const double weight = static_cast<double>(magnitude[i][l]) + kPhatGuard;
-            out[i].re[l] = static_cast<float>(static_cast<double>(re[i][l]) / weight);
-            out[i].im[l] = static_cast<float>(static_cast<double>(im[i][l]) / weight);
-        }
+    float weighted_re[kValues], weighted_im[kValues];
+    for (int v = 0; v < kValues; ++v) {
+        const double weight = static_cast<double>(magnitude[v]) + kPhatGuard;
+        weighted_re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
+        weighted_im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
     }
+    for (int v = 0; v < kValues; ++v) {
+        FftLanes& o = out[v / kPairNum];
+        const int lane = PairLane(v % kPairNum);
+        o.re[lane] = weighted_re[v];
+        o.im[lane] = weighted_im[v];
+    }
+    out[0].re[0] = out[0].im[0] = out[1].re[0] = out[1].im[0] = 0.0f;
 }
 
 // Bin k of every channel, lane = channel.
@@ -98,11 +103,22 @@ void Fold(const ExtremeChain& chain, int from, int l, PairExtremes* out) {
 }  // namespace
 
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    const uint8_t* position = plan->position;
     for (int k = 0; k <= kHalfFftSize / 2; ++k) {
         const FftLanes bins[2] = {ChannelBins(frames, k), ChannelBins(frames, kHalfFftSize - k)};
         FftLanes weighted[2];
         Weigh(bins, weighted);
-        RealFft_SetInversePair(plan, k, weighted[0], weighted[1]);
+        if (k == 0) {
+            // DC and Nyquist share a slot: only their real parts count.
+            for (int l = 0; l < kFftLanes; ++l) {
+                data[position[0]].re[l] = weighted[0].re[l];
+                data[position[0]].im[l] = weighted[1].re[l];
+            }
+            continue;
+        }
+        data[position[k]] = weighted[0];
+        data[position[kHalfFftSize - k]] = weighted[1];
     }
     RealFft_InverseTransform(plan);
 }
