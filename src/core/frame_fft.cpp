@@ -7,11 +7,13 @@
 namespace ezossl {
 namespace {
 
-// Sample t of every channel times the window, read from its half table forwards up to the
-// middle and backwards after it (the products FftWindow_Apply forms).
-inline void LoadWindowed(const Frames& frames, const float* half_window, int t, float* out) {
-    const float w = t <= kFrameLength / 2 ? half_window[t] : half_window[kFrameLength - t];
-    for (uint32_t c = 0; c < kMicNum; ++c) out[c] = frames.frame_buffer[c][t] * w;
+// Samples t and t + 1 of every channel times the window w0, w1: the products FftWindow_Apply
+// forms, packed as one complex value per lane.
+inline void LoadWindowedPair(const Frames& frames, int t, float w0, float w1, FftLanes* out) {
+    for (uint32_t c = 0; c < kMicNum; ++c) {
+        out->re[c] = frames.frame_buffer[c][t] * w0;
+        out->im[c] = frames.frame_buffer[c][t + 1] * w1;
+    }
 }
 
 }  // namespace
@@ -19,9 +21,11 @@ inline void LoadWindowed(const Frames& frames, const float* half_window, int t, 
 void Spectrum_Compute(Frames& frames, FftState& fft) {
     if (!fft.initialised || !fft.configuration) return;
     auto* plan = static_cast<RealFftPlan*>(fft.configuration);
-    for (int n = 0; n < kHalfFftSize; ++n) {
-        LoadWindowed(frames, FftInWindow, 2 * n, plan->data[n].re);
-        LoadWindowed(frames, FftInWindow, 2 * n + 1, plan->data[n].im);
+    // The window's half table read forwards up to the middle and backwards after it.
+    const float* w = FftInWindow;
+    for (int n = 0; n < kHalfFftSize / 2; ++n) LoadWindowedPair(frames, 2 * n, w[2 * n], w[2 * n + 1], &plan->data[n]);
+    for (int n = kHalfFftSize / 2; n < kHalfFftSize; ++n) {
+        LoadWindowedPair(frames, 2 * n, w[kFrameLength - 2 * n], w[kFrameLength - 2 * n - 1], &plan->data[n]);
     }
     RealFft_ForwardTransform(plan);
     for (int k = 0; k <= kHalfFftSize / 2; ++k) {

@@ -14,14 +14,15 @@ void InputBlock_Append(const int16_t* microphone_input, int16_t (&dump_block)[kM
     // the squared-difference search. That search compares channel 0 with channels 0, 1 and 2
     // (not 1, 2, 3): its first pair is channel 0 against itself, as it has always behaved.
     for (int n = 0; n < kBlockLength; ++n) {
+        float scaled[kMicNum];
         for (uint32_t c = 0; c < kMicNum; ++c) {
             const int16_t sample = microphone_input[kMicNum * n + c];
-            const float scaled = static_cast<float>(sample) / kSampleFullScale;
+            scaled[c] = static_cast<float>(sample) / kSampleFullScale;
             dump_block[c][n] = sample;
-            frames.frame_buffer[c][kBlockLength + n] = scaled;
-            if (c < static_cast<uint32_t>(kPairNum)) asdf.compare_block[c][n] = scaled;
+            frames.frame_buffer[c][kBlockLength + n] = scaled[c];
         }
-        asdf.reference_block[n] = frames.frame_buffer[0][kBlockLength + n];
+        for (int k = 0; k < kPairNum; ++k) asdf.compare_block[k][n] = scaled[k];
+        asdf.reference_block[n] = scaled[0];
     }
 }
 
