@@ -28,15 +28,16 @@ class Digest {
 };
 
 // Every byte of the state area except the pointers (FFT configuration, dump streams), whose
-// values depend on where the buffer lies and on the word size.
+// values depend on where the buffer lies and on the word size, and the unused words at the
+// end, whose number does too.
 void AddHandle(Digest& digest, const SslHandle* handle) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(handle);
     const size_t configuration = offsetof(SslHandle, fft) + offsetof(ezossl::FftState, configuration);
     const size_t streams = offsetof(SslHandle, dump_file);
+    const size_t after_streams = streams + sizeof(handle->dump_file);
     digest.Add(bytes, configuration);
     digest.Add(bytes + configuration + sizeof(void*), streams - configuration - sizeof(void*));
-    const size_t after_streams = streams + sizeof(handle->dump_file);
-    digest.Add(bytes + after_streams, sizeof(SslHandle) - after_streams);
+    digest.Add(bytes + after_streams, offsetof(SslHandle, reserved) - after_streams);
 }
 
 enum class Shape { kLinear, kCircular, kPlanar, kCollinear };
@@ -63,7 +64,7 @@ std::vector<int16_t> SceneBlock(int frame, int period) {
 }
 
 // Recorded once; equal on x86-64, aarch64 and armhf (scripts/cross-check.sh runs this test).
-constexpr uint64_t kExpectedDigest = 0xa331c52d947f0317ull;
+constexpr uint64_t kExpectedDigest = 0x3fb1786f293ff477ull;
 
 TEST(Determinism, OneSceneGivesTheSameDigestOnEveryArchitecture) {
     const Case cases[] = {
