@@ -1,11 +1,20 @@
 // The voting-period loop: Run for each block, and at each period's end Get_Direction and Reset_Mapping.
 #include "analysis/localizer.h"
 
+#include "analysis/accuracy.h"
+#include "cli/errors.h"
 #include "io/progress.h"
 #include "io/stop_request.h"
 #include "report/number_format.h"
 
 namespace ezossl_tool {
+
+Method ParseMethod(const std::string& text) {
+    if (text == "specified") return Method::kSpecified;
+    if (text == "srp") return Method::kSrp;
+    if (text == "both") return Method::kBoth;
+    throw UsageError("--method must be specified, srp or both, got \"" + text + "\"");
+}
 
 double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
     return start_s + 0.5 * frames * EZOSSL_POINT_NUMBER / sample_rate;
@@ -17,13 +26,18 @@ double Localization::DurationSeconds() const { return double(frame_count) * EZOS
 
 namespace {
 
-void ClosePeriod(SslSession& session, PeriodResult& period, Localization& result, ResultSink& sink,
-                 bool keep_periods) {
+void ClosePeriod(SslSession& session, std::optional<SrpSession>& srp, PeriodResult& period, Localization& result,
+                 ResultSink& sink, bool keep_periods) {
     period.direction = session.CloseVotingPeriod();
+    if (srp) period.srp = srp->ClosePeriod();
     result.last_period = period;
     ++result.period_count;
-    result.with_direction += period.direction.degrees.has_value();
-    ++result.status_counts[period.direction.status];
+    for (const bool srp_method : ShownMethods(result.method)) {
+        const MethodAnswer answer = AnswerOf(period, srp_method);
+        MethodTally& tally = result.tallies[srp_method];
+        tally.with_direction += answer.degrees.has_value();
+        ++tally.status_counts[answer.status];
+    }
     if (keep_periods) result.periods.push_back(period);
     sink.OnPeriod(period, result);
     period.frames = 0;
@@ -33,11 +47,16 @@ void ClosePeriod(SslSession& session, PeriodResult& period, Localization& result
 
 Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
                       const LocalizeOptions& options) {
+    // The specified library always runs: it applies the gain and checks the settings; the SRP
+    // library runs beside it on the same (gained) blocks when the method asks for it.
     SslSession session(settings);
+    std::optional<SrpSession> srp;
+    if (RunsSrp(options.method)) srp.emplace(settings);
     Progress progress(options.progress_label, source.TotalInstants(), source.SampleRate());
     Localization result;
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
+    result.method = options.method;
 
     Block block;
     PeriodResult period;
@@ -47,18 +66,20 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
         frame.start_s = double(result.instants) / result.sample_rate;
         if (period.frames == 0) period.start_s = frame.start_s;
         frame.delays = session.Run(block);
+        if (srp) srp->Process(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
         result.clipped_samples = source.ClippedSamples();
+        result.nan_samples = source.NanSamples();
         result.overruns = source.Overruns();
         result.wrapped_samples = session.WrappedSamples();
         sink.OnFrame(frame, result);
         result.instants += real;
         progress.Update(result.instants);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
-            ClosePeriod(session, period, result, sink, options.keep_periods);
+            ClosePeriod(session, srp, period, result, sink, options.keep_periods);
         }
     }
-    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, period, result, sink, options.keep_periods);
+    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, srp, period, result, sink, options.keep_periods);
     return result;
 }
 
@@ -77,6 +98,10 @@ std::vector<std::string> InputNotes(const Localization& localization) {
     if (localization.clipped_samples > 0) {
         notes.push_back(std::to_string(localization.clipped_samples) +
                         " input samples beyond full scale were clipped to 16 bits");
+    }
+    if (localization.nan_samples > 0) {
+        notes.push_back(std::to_string(localization.nan_samples) +
+                        " input samples were not numbers (NaN) and were read as 0; check the recording");
     }
     if (localization.wrapped_samples > 0) {
         notes.push_back("the gain pushed " + std::to_string(localization.wrapped_samples) +

@@ -24,6 +24,7 @@ struct AnalyseOptions {
     std::string format = "table";
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
+    std::string method = "specified";   // locate only: specified, srp or both
 };
 
 // listen: a capture device instead of a recording, the same library options as locate.
@@ -55,6 +56,13 @@ struct SimulateOptions {
     uint64_t seed = 1;
 };
 
+struct AccuracyOptions {
+    std::optional<std::string> array;   // the default grid's geometries when none is given
+    std::optional<double> distance_cm;
+    std::optional<uint32_t> rate;       // the default grid's rates when none is given
+    bool quick = false;
+};
+
 struct DemoOptions {
     std::string plot = "ezossl-demo.svg";
 };
@@ -64,5 +72,6 @@ int RunDelays(const AnalyseOptions& options);
 int RunListen(const ListenOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
+int RunAccuracy(const AccuracyOptions& options);
 
 }  // namespace ezossl_tool

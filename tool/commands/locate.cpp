@@ -39,6 +39,10 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only && (options.truth || options.plot)) {
         throw UsageError("--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out");
     }
+    const Method method = ParseMethod(options.method);
+    if (delays_only && method != Method::kSpecified) {
+        throw UsageError("--bf-mode 1 gives delays only, so --method " + options.method + " has no directions to show; leave one of them out");
+    }
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
     if (options.truth) truth = ReadTruthTrack(*options.truth);
@@ -55,12 +59,13 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only) {
         rows = std::make_unique<FrameRows>(format);
     } else {
-        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{truth_track, linear, false});
+        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{truth_track, linear, false, method});
     }
     LocalizeOptions run;
     run.progress_label = "locating " + DisplayPath(options.input.path);
     // Only the plot and the accuracy against the truth look back at earlier periods.
     run.keep_periods = plot_file || truth_track;
+    run.method = method;
     const Localization localization = Localize(*opened.source, opened.settings, *rows, run);
     RequireSamplesRead(localization, options.input.path);
     if (plot_file) {

@@ -7,8 +7,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <vector>
 
 #include "analysis/library_facts.h"
@@ -30,6 +32,24 @@ void RequireReadableFile(const std::string& path) {
     if (fs::is_directory(status)) throw RunError(InputName(path) + " is a directory, not a recording");
 }
 
+// libsndfile channel limit.
+constexpr int kMaxChannels = 1024;
+
+// libsndfile refuses a WAV header with a zero sample rate or channel count only as "internal
+// error"; the canonical header tells which value is missing.
+void RequireWavHeaderValues(const std::string& path) {
+    unsigned char header[28] = {};
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(header), sizeof header);
+    if (std::memcmp(header, "RIFF", 4) != 0 || std::memcmp(header + 8, "WAVEfmt ", 8) != 0) return;
+    const uint32_t channels = header[22] | header[23] << 8;
+    const uint32_t rate = header[24] | header[25] << 8 | header[26] << 16 | uint32_t(header[27]) << 24;
+    if (channels == 0 || rate == 0) {
+        throw RunError(InputName(path) + " is a WAV file whose header gives " + std::to_string(rate) + " Hz and " +
+                       std::to_string(channels) + " channels; repair the header, or read the samples with --raw "
+                       "--rate HZ --channels N");
+    }
+}
+
 // A regular file has a known length; pipes, FIFOs and devices are read as they come.
 bool IsRegularFile(int fd) {
     struct stat status {};
@@ -43,7 +63,14 @@ void RequireRawFormat(const AudioInputOptions& options) {
     if (options.raw_bits != 16 && options.raw_bits != 32) {
         throw UsageError("--bits " + std::to_string(options.raw_bits) + " is not supported; headerless PCM must be 16 or 32 bits");
     }
-    if (*options.raw_channels < 1) throw UsageError("--channels must be at least 1");
+    if (!IsSupportedRate(*options.raw_rate)) {
+        throw UsageError("--rate " + std::to_string(*options.raw_rate) + " Hz is not one the library supports; choose " +
+                         SupportedRatesText() + " (resample the recording first)");
+    }
+    if (*options.raw_channels < 1 || *options.raw_channels > kMaxChannels) {
+        throw UsageError("--channels must lie between 1 and " + std::to_string(kMaxChannels) + ", got " +
+                         std::to_string(*options.raw_channels));
+    }
 }
 
 void RequireSupportedRate(uint32_t rate, const std::string& path) {
@@ -68,8 +95,7 @@ class SndfileSource : public BlockSource {
         const sf_count_t got = sf_readf_float(file_, frames_.data(), EZOSSL_POINT_NUMBER);
         for (int n = 0; n < EZOSSL_POINT_NUMBER; ++n) {
             for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
-                block[n * EZOSSL_MIC_NUM + mic] =
-                    n < got ? NormalisedToInt16(frames_[n * info_.channels + map_[mic]], clipped_) : 0;
+                block[n * EZOSSL_MIC_NUM + mic] = n < got ? ToInt16(frames_[n * info_.channels + map_[mic]]) : 0;
             }
         }
         return static_cast<int>(got);
@@ -77,14 +103,24 @@ class SndfileSource : public BlockSource {
     uint32_t SampleRate() const override { return static_cast<uint32_t>(info_.samplerate); }
     int64_t TotalInstants() const override { return total_; }
     int64_t ClippedSamples() const override { return clipped_; }
+    int64_t NanSamples() const override { return nan_; }
 
   private:
+    int16_t ToInt16(float sample) {
+        if (std::isnan(sample)) {
+            ++nan_;
+            return 0;
+        }
+        return NormalisedToInt16(sample, clipped_);
+    }
+
     SNDFILE* file_;
     SF_INFO info_;
     ChannelMap map_;
     int64_t total_;
     std::vector<float> frames_;
     int64_t clipped_ = 0;
+    int64_t nan_ = 0;
 };
 
 // Headerless PCM read straight from the descriptor, so a pipe delivers each block as soon as
@@ -163,6 +199,7 @@ std::unique_ptr<BlockSource> OpenSndfile(const AudioInputOptions& options) {
     SNDFILE* file = from_stdin ? sf_open_fd(STDIN_FILENO, SFM_READ, &info, SF_FALSE)
                                : sf_open(options.path.c_str(), SFM_READ, &info);
     if (!file) {
+        if (!from_stdin) RequireWavHeaderValues(options.path);
         throw RunError(InputName(options.path) + " is not a recording libsndfile can read (" + sf_strerror(nullptr) +
                        "); for headerless PCM add --raw --rate HZ --channels N");
     }

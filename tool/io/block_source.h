@@ -28,6 +28,8 @@ class BlockSource {
     virtual int64_t ClippedSamples() const { return 0; }
     // Times a capture device overran and samples were lost.
     virtual int64_t Overruns() const { return 0; }
+    // Samples that were not numbers (NaN in a float recording), read as 0.
+    virtual int64_t NanSamples() const { return 0; }
 };
 
 // A recording already in memory, four channels interleaved.

@@ -1,6 +1,8 @@
 // Result rows for periods and frames, and the report's destination.
 #include "report/report.h"
 
+#include <cmath>
+
 #include "analysis/accuracy.h"
 #include "io/console.h"
 #include "report/number_format.h"
@@ -16,6 +18,9 @@ constexpr int kErrorDecimals = 1;
 constexpr size_t kPeriodSecondsWidth = 8;
 constexpr size_t kFrameIndexWidth = 7;
 constexpr size_t kFrameSecondsWidth = 10;
+constexpr int kSrpDegreesDecimals = 1;  // the SRP refines its peak between the 1 degree steps
+constexpr int kConfidenceDecimals = 2;
+constexpr int kLevelDecimals = 1;
 
 Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
@@ -24,8 +29,18 @@ Cell Integer(long value) { return Cell::Number(std::to_string(value)); }
 std::vector<Column> PeriodColumns(const PeriodRows::Extras& extras) {
     // The longest status a period can end with.
     const size_t status_width = StatusName(SSL_RET_SIGNAL_TOO_WEAK).size();
-    std::vector<Column> columns = {{"start_s", kPeriodSecondsWidth}, {"status", status_width, true}, {"direction_deg"}};
-    if (extras.truth) columns.insert(columns.end(), {{"truth_deg"}, {"error_deg"}});
+    const std::vector<bool> methods = ShownMethods(extras.method);
+    const bool both = methods.size() > 1;
+    std::vector<Column> columns = {{"start_s", kPeriodSecondsWidth}};
+    for (const bool srp : methods) {
+        const std::string prefix = both && srp ? "srp_" : "";
+        columns.insert(columns.end(), {{prefix + "status", status_width, true}, {prefix + "direction_deg"}});
+        if (srp) columns.insert(columns.end(), {{prefix + "confidence"}, {prefix + "level_dbfs"}});
+    }
+    if (extras.truth) {
+        columns.insert(columns.end(), {{"truth_deg"}, {"error_deg"}});
+        if (both) columns.push_back({"srp_error_deg"});
+    }
     if (extras.overruns) columns.push_back({"overruns"});
     return columns;
 }
@@ -34,21 +49,36 @@ std::vector<Column> FrameColumns() {
     return {{"frame", kFrameIndexWidth}, {"start_s", kFrameSecondsWidth}, {"delay_01"}, {"delay_02"}, {"delay_03"}};
 }
 
+// The status, direction and (for the SRP) confidence and level cells of one method.
+void AppendAnswer(std::vector<Cell>& row, const PeriodResult& period, bool srp) {
+    const MethodAnswer answer = AnswerOf(period, srp);
+    row.push_back(Cell::Text(answer.status));
+    if (!srp) {
+        row.push_back(answer.degrees ? Integer(std::lround(*answer.degrees)) : Cell::Empty());
+        return;
+    }
+    row.push_back(answer.degrees ? Cell::Number(FormatFixed(*answer.degrees, kSrpDegreesDecimals)) : Cell::Empty());
+    row.push_back(Cell::Number(FormatFixed(period.srp->confidence, kConfidenceDecimals)));
+    row.push_back(Cell::Number(FormatFixed(period.srp->level_dbfs, kLevelDecimals)));
+}
+
 }  // namespace
 
 PeriodRows::PeriodRows(OutputFormat format, const Extras& extras)
     : extras_(extras), writer_(Console::Out(), format, PeriodColumns(extras)) {}
 
 void PeriodRows::OnPeriod(const PeriodResult& period, const Localization& so_far) {
-    const auto& degrees = period.direction.degrees;
-    std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals),
-                             Cell::Text(StatusName(period.direction.status)),
-                             degrees ? Integer(*degrees) : Cell::Empty()};
+    const std::vector<bool> methods = ShownMethods(extras_.method);
+    std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals)};
+    for (const bool srp : methods) AppendAnswer(row, period, srp);
     if (extras_.truth) {
-        const PeriodTruth compared = CompareWithTruth(period, so_far.sample_rate, *extras_.truth, extras_.linear);
-        row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
-        row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
-                                         : Cell::Empty());
+        for (size_t m = 0; m < methods.size(); ++m) {
+            const PeriodTruth compared =
+                CompareWithTruth(period, so_far.sample_rate, *extras_.truth, extras_.linear, methods[m]);
+            if (m == 0) row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
+            row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
+                                             : Cell::Empty());
+        }
     }
     if (extras_.overruns) row.push_back(Integer(so_far.overruns));
     writer_.Write(row);

@@ -10,14 +10,16 @@
 
 namespace ezossl_tool {
 
-// One row per closed period: start_s, status, direction_deg; with a truth also truth_deg and
-// error_deg; from a capture device also the overruns so far.
+// One row per closed period: start_s, status, direction_deg (the SRP adds confidence and
+// level_dbfs; with both methods its columns follow with the prefix srp_); with a truth also
+// truth_deg and error_deg (and srp_error_deg); from a capture device also the overruns so far.
 class PeriodRows : public ResultSink {
   public:
     struct Extras {
         const TruthTrack* truth = nullptr;
         bool linear = false;       // the truth folded as a line reports it
         bool overruns = false;
+        Method method = Method::kSpecified;
     };
     PeriodRows(OutputFormat format, const Extras& extras);
     void OnPeriod(const PeriodResult& period, const Localization& so_far) override;
