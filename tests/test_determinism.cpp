@@ -79,8 +79,8 @@ TEST(Determinism, OneSceneGivesTheSameDigestOnEveryArchitecture) {
     for (const Case& c : cases) {
         WorkingBuffer buffer;
         const SslInit init = DefaultInit(c.sample_rate, 6.5f, c.bf_mode);
-        SslHandle* handle = c.shape == Shape::kPlanar    ? ReadyArbitraryHandle(buffer, init, planar_cm, kFramesPerPeriod)
-                            : c.shape == Shape::kCollinear ? ReadyArbitraryHandle(buffer, init, collinear_cm, kFramesPerPeriod)
+        SslHandle* handle = c.shape == Shape::kPlanar    ? ReadyHandle(buffer, init, 0, kFramesPerPeriod, -80, planar_cm)
+                            : c.shape == Shape::kCollinear ? ReadyHandle(buffer, init, 0, kFramesPerPeriod, -80, collinear_cm)
                                                            : ReadyHandle(buffer, init, c.shape == Shape::kCircular, kFramesPerPeriod);
         ASSERT_NE(handle, nullptr);
         CaptureOutput([&] {
