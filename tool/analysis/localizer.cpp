@@ -16,6 +16,15 @@ Method ParseMethod(const std::string& text) {
     throw UsageError("--method must be specified, srp or both, got \"" + text + "\"");
 }
 
+Method ParseMethod(const std::string& text, bool delays_only) {
+    const Method method = ParseMethod(text);
+    if (delays_only && method != Method::kSpecified) {
+        throw UsageError("--bf-mode 1 gives delays only, so --method " + text +
+                         " has no directions to show; leave one of them out");
+    }
+    return method;
+}
+
 double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
     return start_s + 0.5 * frames * EZOSSL_POINT_NUMBER / sample_rate;
 }

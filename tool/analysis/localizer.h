@@ -25,6 +25,8 @@ enum class Method { kSpecified, kSrp, kBoth };
 
 // Parses --method (specified, srp or both); throws UsageError.
 Method ParseMethod(const std::string& text);
+// ParseMethod, refusing the SRP when the library gives delays only (--bf-mode 1).
+Method ParseMethod(const std::string& text, bool delays_only);
 inline bool RunsSpecified(Method method) { return method != Method::kSrp; }
 inline bool RunsSrp(Method method) { return method != Method::kSpecified; }
 

@@ -35,6 +35,13 @@ void AddLibraryOptions(CLI::App& command, ArrayOptions& array, LibraryOptions& l
     command.add_option("--format", format, "table, csv or json (JSON lines)")->capture_default_str();
 }
 
+void AddMethodOption(CLI::App& command, std::string& method) {
+    command
+        .add_option("--method", method,
+                    "specified (the library's voting), srp (the SRP-PHAT companion library) or both side by side")
+        ->capture_default_str();
+}
+
 void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
     AudioInputOptions& input = options.input;
     command.add_option("FILE", input.path,
@@ -115,10 +122,7 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     AddAnalyseOptions(*parts_->locate_command, parts_->locate);
     parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
     parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
-    parts_->locate_command
-        ->add_option("--method", parts_->locate.method,
-                     "specified (the library's voting), srp (the SRP-PHAT companion library) or both side by side")
-        ->capture_default_str();
+    AddMethodOption(*parts_->locate_command, parts_->locate.method);
 
     parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
     AddAnalyseOptions(*parts_->delays_command, parts_->delays);
@@ -126,6 +130,7 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     parts_->listen_command =
         app.add_subcommand("listen", "directions live from an ALSA capture device, one row per voting period");
     AddListenOptions(*parts_->listen_command, parts_->listen);
+    AddMethodOption(*parts_->listen_command, parts_->listen.method);
 
     parts_->simulate_command = app.add_subcommand("simulate", "write a 4-channel recording of a scene with known truth");
     AddSimulateOptions(*parts_->simulate_command, parts_->simulate);

@@ -33,6 +33,7 @@ struct ListenOptions {
     ArrayOptions array;
     LibraryOptions library;
     std::string format = "table";
+    std::string method = "specified";
 };
 
 struct SimulateOptions {

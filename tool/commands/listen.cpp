@@ -12,6 +12,7 @@ namespace ezossl_tool {
 
 int RunListen(const ListenOptions& options) {
     const OutputFormat format = ParseOutputFormat(options.format);
+    const Method method = ParseMethod(options.method, options.library.bf_mode == 1);
     const ArrayDescription array = ParseArray(options.array.array, options.array.distance_cm);
     const LibrarySettings settings = MakeLibrarySettings(options.library, array, options.capture.rate);
     const std::unique_ptr<BlockSource> source = OpenCapture(options.capture);
@@ -22,10 +23,11 @@ int RunListen(const ListenOptions& options) {
     if (settings.delays_only) {
         rows = std::make_unique<FrameRows>(format);
     } else {
-        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{nullptr, IsLinear(array), true});
+        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{nullptr, IsLinear(array), true, method});
     }
     LocalizeOptions run;
     run.keep_periods = false;   // a capture may run for days
+    run.method = method;
     const Localization localization = Localize(*source, settings, *rows, run);
 
     std::vector<std::string> summary =

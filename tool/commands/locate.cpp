@@ -39,10 +39,7 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only && (options.truth || options.plot)) {
         throw UsageError("--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out");
     }
-    const Method method = ParseMethod(options.method);
-    if (delays_only && method != Method::kSpecified) {
-        throw UsageError("--bf-mode 1 gives delays only, so --method " + options.method + " has no directions to show; leave one of them out");
-    }
+    const Method method = ParseMethod(options.method, delays_only);
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
     if (options.truth) truth = ReadTruthTrack(*options.truth);
