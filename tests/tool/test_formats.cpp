@@ -43,12 +43,14 @@ class Formats : public ToolTest {
     }
 };
 
-// --truth adds the truth and the error to every period; the summary, accuracy included, goes
-// to standard error.
+// --truth adds the truth and the error to every period, and every period carries its level
+// (the scene's -26 dBFS) and the share of frames each pair delivered; the summary, accuracy
+// included, goes to standard error.
 TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
     const RunResult result = RunOk(Args({"locate", "scene.wav", "--format", "csv", "--truth", "scene.truth.csv"}, kUla));
     EXPECT_EQ(CsvColumns(result.out),
-              (std::vector<std::string>{"start_s", "status", "direction_deg", "truth_deg", "error_deg"}));
+              (std::vector<std::string>{"start_s", "status", "direction_deg", "truth_deg", "error_deg", "level_dbfs",
+                                        "accepted_01", "accepted_02", "accepted_03"}));
     const std::vector<Row> rows = ParseCsv(result.out);
     ASSERT_EQ(rows.size(), 6u);   // 1.5 s in periods of 0.256 s, the last one short
     for (size_t i = 0; i < rows.size(); ++i) {
@@ -57,6 +59,9 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
         EXPECT_EQ(rows[i].at("direction_deg"), "-90");
         EXPECT_EQ(rows[i].at("truth_deg"), "-90.0");
         EXPECT_EQ(rows[i].at("error_deg"), "0.0");
+        // The scene is -26 dBFS over its whole length; a quarter second of noise strays by tenths of a dB.
+        EXPECT_NEAR(std::stod(rows[i].at("level_dbfs")), -26.0, 0.3);
+        EXPECT_EQ(rows[i].at("accepted_01") + rows[i].at("accepted_02") + rows[i].at("accepted_03"), "1.001.001.00");
     }
     EXPECT_EQ(result.err,
               "periods: 6 of 0.256 s, with a direction: 6 (100.0 %); OK 6\n"
@@ -69,7 +74,8 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
 TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {
     const RunResult scene = RunOk(Args({"locate", "scene.wav", "--format", "json"}, kUla));
     for (const Json& object : ParseJsonLines(scene.out)) {
-        EXPECT_EQ(Keys(object.get()), (std::vector<std::string>{"start_s", "status", "direction_deg"}));
+        EXPECT_EQ(Keys(object.get()), (std::vector<std::string>{"start_s", "status", "direction_deg", "level_dbfs",
+                                                                "accepted_01", "accepted_02", "accepted_03"}));
         EXPECT_TRUE(cJSON_IsNumber(cJSON_GetObjectItem(object.get(), "start_s")));
         EXPECT_TRUE(kStatuses.count(cJSON_GetObjectItem(object.get(), "status")->valuestring));
         EXPECT_EQ(cJSON_GetObjectItem(object.get(), "direction_deg")->valueint, -90);
@@ -88,9 +94,9 @@ TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {
 TEST_F(Formats, TableIsAlignedWithTheSummaryBelow) {
     const RunResult result = RunOk(Args({"locate", "silence.wav"}, kUla));
     EXPECT_EQ(result.out,
-              "start_s  status           direction_deg\n"
-              "  0.000  SIGNAL_TOO_WEAK\n"
-              "  0.256  SIGNAL_TOO_WEAK\n"
+              "start_s  status           direction_deg  level_dbfs  accepted_01  accepted_02  accepted_03\n"
+              "  0.000  SIGNAL_TOO_WEAK                     -120.0         0.00         0.00         0.00\n"
+              "  0.256  SIGNAL_TOO_WEAK                     -120.0         0.00         0.00         0.00\n"
               "\n"
               "periods: 2 of 0.256 s, with a direction: 0 (0.0 %); SIGNAL_TOO_WEAK 2\n");
     EXPECT_EQ(result.err, "");

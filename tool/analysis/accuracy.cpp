@@ -14,31 +14,42 @@ std::string Percent(int part, int whole) {
     return whole == 0 ? "-" : FormatFixed(100.0 * part / whole, 1) + " %";
 }
 
-std::string StatusCounts(const Localization& localization) {
-    std::map<std::string, int> counts;
-    for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
+std::string StatusCountsText(const Localization& localization) {
     std::string text;
-    for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    for (const auto& [name, count] : StatusCounts(localization)) {
+        text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    }
     return text;
 }
 
 }  // namespace
 
+std::map<std::string, int> StatusCounts(const Localization& localization) {
+    std::map<std::string, int> counts;
+    for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
+    return counts;
+}
+
+std::optional<int32_t> ReportedDirection(const PeriodResult& period, const Orientation& orientation) {
+    if (!period.trust.direction_deg) return std::nullopt;
+    return orientation.Report(*period.trust.direction_deg);
+}
+
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             bool linear) {
-    const double azimuth = truth.AzimuthAt(period.MiddleSeconds(sample_rate));
+                             const Orientation& orientation) {
     PeriodTruth result;
-    result.truth_deg = linear ? FoldFrontBack(azimuth) : WrapAzimuth(azimuth);
-    if (period.direction.degrees) result.error_deg = CircularDifference(*period.direction.degrees, result.truth_deg);
+    result.truth_deg = orientation.ReportTruth(truth.AzimuthAt(period.MiddleSeconds(sample_rate)));
+    const std::optional<int32_t> reported = ReportedDirection(period, orientation);
+    if (reported) result.error_deg = CircularDifference(*reported, result.truth_deg);
     return result;
 }
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear) {
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation) {
     AccuracySummary summary;
     double error_sum = 0.0;
     for (const PeriodResult& period : localization.periods) {
         ++summary.periods;
-        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, linear);
+        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, orientation);
         if (!compared.error_deg) continue;
         const double error = std::abs(*compared.error_deg);
         ++summary.with_direction;
@@ -50,22 +61,30 @@ AccuracySummary Summarize(const Localization& localization, const TruthTrack& tr
     return summary;
 }
 
-std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear) {
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
+                                      const Orientation& orientation) {
     std::vector<std::string> lines;
     int with_direction = 0;
     for (const PeriodResult& period : localization.periods) with_direction += period.direction.degrees.has_value();
     const int periods = static_cast<int>(localization.periods.size());
     lines.push_back("periods: " + std::to_string(periods) + " of " + FormatFixed(localization.PeriodSeconds(), 3) +
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
-                    "); " + StatusCounts(localization));
+                    "); " + StatusCountsText(localization));
     if (truth) {
-        const AccuracySummary s = Summarize(localization, *truth, linear);
+        const AccuracySummary s = Summarize(localization, *truth, orientation);
         lines.push_back("accuracy of the periods with a direction: mean absolute error " +
                         FormatFixed(s.mean_abs_error_deg, 1) + " deg, within +-" + FormatNumber(kCloseDeg) +
                         " deg: " + Percent(s.within_close, s.with_direction) + ", within +-" +
                         FormatNumber(kCandidateSpacingDeg) + " deg: " + Percent(s.within_candidate, s.with_direction));
     }
+    int held = 0;
+    for (const PeriodResult& period : localization.periods) held += period.trust.held;
+    if (localization.steadying.hold_periods > 0) {
+        lines.push_back("held: " + std::to_string(held) + " periods without a direction kept the one before");
+    }
     for (const std::string& note : InputNotes(localization)) lines.push_back(note);
+    const std::string renumbering = orientation.RenumberingNote();
+    if (!renumbering.empty()) lines.push_back(renumbering);
     return lines;
 }
 

@@ -1,11 +1,13 @@
 // Comparing the library's directions with the truth: per-period errors and a summary.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "analysis/localizer.h"
+#include "analysis/orientation.h"
 #include "analysis/truth_track.h"
 
 namespace ezossl_tool {
@@ -19,9 +21,12 @@ struct PeriodTruth {
     std::optional<double> error_deg;     // estimate - truth, only with a direction
 };
 
-// The truth at the middle of the period, and the error of its direction if it has one.
+// The period's direction as reported: held or smoothed, in the user's frame and angles.
+std::optional<int32_t> ReportedDirection(const PeriodResult& period, const Orientation& orientation);
+
+// The truth at the middle of the period, and the error of its reported direction if it has one.
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             bool linear);
+                             const Orientation& orientation);
 
 struct AccuracySummary {
     int periods = 0;
@@ -31,9 +36,13 @@ struct AccuracySummary {
     double mean_abs_error_deg = 0.0;
 };
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear);
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation);
+
+// Periods per status name.
+std::map<std::string, int> StatusCounts(const Localization& localization);
 
 // Human-readable summary lines: counts per status, then accuracy when there is a truth.
-std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear);
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
+                                      const Orientation& orientation);
 
 }  // namespace ezossl_tool

@@ -14,12 +14,15 @@ double Localization::PeriodSeconds() const { return double(frames_per_vote) * EZ
 
 double Localization::DurationSeconds() const { return double(frames.size()) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label) {
+Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label,
+                      const SteadyingOptions& steadying) {
     SslSession session(settings);
+    PeriodTracker tracker(steadying);
     Progress progress(progress_label, source.TotalInstants(), source.SampleRate());
     Localization result;
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
+    result.steadying = steadying;
 
     Block block;
     int64_t done = 0;
@@ -28,11 +31,13 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
         const double start_s = double(done) / result.sample_rate;
         if (period.frames == 0) period.start_s = start_s;
         result.frames.push_back({start_s, session.Run(block)});
+        tracker.AddFrame(block, result.frames.back().delays);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
         done += real;
         progress.Update(done);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
             period.direction = session.CloseVotingPeriod();
+            period.trust = tracker.Close(period.direction);
             result.periods.push_back(period);
             period.frames = 0;
         }
@@ -40,6 +45,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
     // A last, shorter period still gets its vote; the notes say how short it was.
     if (period.frames > 0) {
         period.direction = session.CloseVotingPeriod();
+        period.trust = tracker.Close(period.direction);
         result.periods.push_back(period);
     }
     result.clipped_samples = source.ClippedSamples();

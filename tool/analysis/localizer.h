@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/period_trust.h"
 #include "analysis/ssl_session.h"
 #include "io/block_source.h"
 
@@ -20,6 +21,7 @@ struct PeriodResult {
     double start_s = 0.0;
     int frames = 0;
     PeriodDirection direction;
+    PeriodTrust trust;
 
     // The instant the period's truth is taken at.
     double MiddleSeconds(uint32_t sample_rate) const;
@@ -28,6 +30,7 @@ struct PeriodResult {
 struct Localization {
     uint32_t sample_rate = 0;
     int frames_per_vote = 0;
+    SteadyingOptions steadying;
     std::vector<FrameResult> frames;
     std::vector<PeriodResult> periods;   // empty when only delays were asked for
     int padded_instants = 0;             // zeros added to complete the last block
@@ -39,8 +42,9 @@ struct Localization {
 };
 
 // Runs the whole recording through one library instance; progress_label names the work on a
-// terminal when the recording is long.
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label);
+// terminal when the recording is long. Each closed period also gets its trust figures.
+Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label,
+                      const SteadyingOptions& steadying = {});
 
 // "note: ..." lines about the input that the user must not miss (padding, clipping, wrapping,
 // a short last period).

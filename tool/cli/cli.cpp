@@ -43,6 +43,18 @@ void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
     command.add_option("--format", options.format, "table, csv or json (JSON lines)")->capture_default_str();
 }
 
+// How directions are turned, steadied and summarised; locate only.
+void AddLocateReportOptions(CLI::App& command, AnalyseOptions& options) {
+    command.add_option("--rotate", options.rotate_deg,
+                       "the array is mounted turned by DEG (counter-clockwise; clockwise with --angles compass)");
+    command.add_option("--angles", options.angles,
+                       "library (counter-clockwise from +y, -90 to 269) or compass (clockwise from the front, 0 to 359)")
+        ->capture_default_str();
+    command.add_option("--hold", options.hold_periods, "keep the last direction through up to N periods without one");
+    command.add_option("--smooth", options.smooth_periods, "report the circular median of the last N periods");
+    command.add_option("--summary", options.summary_json, "JSON file for the summary");
+}
+
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
     command.add_option("OUT", options.output, "4-channel 16-bit WAV file to write")->required();
     command.add_option("--truth", options.truth, "ground-truth CSV to write (default: OUT with .truth.csv)");
@@ -94,6 +106,7 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     AddAnalyseOptions(*parts_->locate_command, parts_->locate);
     parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
     parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
+    AddLocateReportOptions(*parts_->locate_command, parts_->locate);
 
     parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
     AddAnalyseOptions(*parts_->delays_command, parts_->delays);

@@ -23,6 +23,11 @@ struct AnalyseOptions {
     std::string format = "table";
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
+    double rotate_deg = 0.0;            // locate only, as the rest
+    std::string angles = "library";
+    int hold_periods = 0;
+    int smooth_periods = 1;
+    std::optional<std::string> summary_json;
 };
 
 struct SimulateOptions {

@@ -64,18 +64,20 @@ int RunDemo(const DemoOptions& options) {
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;
     const Localization localization = Localize(source, settings, "ezossl demo");
+    const Orientation orientation(setup.array);
 
     DirectionPlot plot;
     plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
                  " Hz, RT60 " + FormatNumber(kRt60) + " s, SNR " + FormatNumber(kSnrDb) + " dB";
+    plot.orientation = &orientation;
     plot.localization = &localization;
     plot.truth = &scene.truth;
     plot_file.WriteText(RenderDirectionPlot(plot));
     plot_file.Commit();
 
-    std::vector<std::string> summary = SummaryLines(localization, &scene.truth, false);
+    std::vector<std::string> summary = SummaryLines(localization, &scene.truth, orientation);
     summary.push_back("plot: " + options.plot);
-    WriteReport(OutputFormat::kTable, PeriodTable(localization, &scene.truth, false), summary);
+    WriteReport(OutputFormat::kTable, PeriodTable(localization, &scene.truth, orientation), summary);
     return kExitOk;
 }
 

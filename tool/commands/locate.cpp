@@ -6,7 +6,9 @@
 #include "commands/commands.h"
 #include "io/console.h"
 #include "io/output_file.h"
+#include "io/reordered_source.h"
 #include "report/report.h"
+#include "report/summary_json.h"
 #include "report/svg_plot.h"
 
 namespace ezossl_tool {
@@ -14,6 +16,7 @@ namespace {
 
 struct Analysis {
     ArrayDescription array;
+    Orientation orientation{array};
     Localization localization;
 };
 
@@ -21,9 +24,13 @@ struct Analysis {
 Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
     Analysis analysis;
     analysis.array = ParseArray(options.array.array, options.array.distance_cm);
+    analysis.orientation = Orientation(analysis.array, options.rotate_deg, ParseAngleConvention(options.angles));
+    const SteadyingOptions steadying = MakeSteadyingOptions(options.hold_periods, options.smooth_periods);
     const std::unique_ptr<BlockSource> source = OpenRecording(options.input);
-    const LibrarySettings settings = MakeLibrarySettings(options.library, analysis.array, source->SampleRate());
-    analysis.localization = Localize(*source, settings, verb + " " + options.input.path);
+    ReorderedSource library_order(*source, analysis.orientation.Order());
+    const LibrarySettings settings =
+        MakeLibrarySettings(options.library, analysis.orientation.LibraryArray(), source->SampleRate());
+    analysis.localization = Localize(library_order, settings, verb + " " + options.input.path, steadying);
     return analysis;
 }
 
@@ -31,36 +38,45 @@ Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
 
 int RunLocate(const AnalyseOptions& options) {
     const bool delays_only = options.library.bf_mode == 1;
-    if (delays_only && (options.truth || options.plot)) {
-        throw UsageError("--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out");
+    if (delays_only && (options.truth || options.plot || options.summary_json)) {
+        throw UsageError("--bf-mode 1 gives delays only, so --truth, --plot and --summary have nothing to show; "
+                         "leave them out");
     }
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
     if (options.truth) truth = ReadTruthTrack(*options.truth);
-    std::optional<OutputFile> plot_file;
+    std::optional<OutputFile> plot_file, summary_file;
     if (options.plot) {
         RequireDistinctFiles(options.input.path, *options.plot);
         plot_file.emplace(*options.plot);
     }
+    if (options.summary_json) {
+        RequireDistinctFiles(options.input.path, *options.summary_json);
+        if (options.plot) RequireDistinctFiles(*options.plot, *options.summary_json);
+        summary_file.emplace(*options.summary_json);
+    }
 
     const Analysis analysis = Analyse(options, "locating");
-    const bool linear = IsLinear(analysis.array);
     const TruthTrack* truth_track = truth ? &*truth : nullptr;
-    const ResultTable table =
-        delays_only ? FrameTable(analysis.localization) : PeriodTable(analysis.localization, truth_track, linear);
+    const ResultTable table = delays_only ? FrameTable(analysis.localization)
+                                          : PeriodTable(analysis.localization, truth_track, analysis.orientation);
     if (plot_file) {
         DirectionPlot plot;
         plot.title = "ezossl locate " + options.input.path + ": " + Describe(analysis.array) + ", " +
                      std::to_string(analysis.localization.sample_rate) + " Hz";
-        plot.linear = linear;
+        plot.orientation = &analysis.orientation;
         plot.localization = &analysis.localization;
         plot.truth = truth_track;
         plot_file->WriteText(RenderDirectionPlot(plot));
         plot_file->Commit();
     }
+    if (summary_file) {
+        summary_file->WriteText(SummaryJson(analysis.localization, truth_track, analysis.orientation));
+        summary_file->Commit();
+    }
     WriteReport(format, table,
                 delays_only ? InputNotes(analysis.localization)
-                            : SummaryLines(analysis.localization, truth_track, linear));
+                            : SummaryLines(analysis.localization, truth_track, analysis.orientation));
     return kExitOk;
 }
 
@@ -69,7 +85,10 @@ int RunDelays(const AnalyseOptions& options) {
     Analysis analysis = Analyse(options, "analysing");
     // The voting periods only kept the library's state bounded; delays are reported per frame.
     analysis.localization.periods.clear();
-    WriteReport(format, FrameTable(analysis.localization), InputNotes(analysis.localization));
+    std::vector<std::string> notes = InputNotes(analysis.localization);
+    const std::string renumbering = analysis.orientation.RenumberingNote();
+    if (!renumbering.empty()) notes.push_back(renumbering + "; the pairs are the library's");
+    WriteReport(format, FrameTable(analysis.localization), notes);
     return kExitOk;
 }
 

@@ -12,6 +12,8 @@ namespace {
 constexpr int kPeriodSecondsDecimals = 3;
 constexpr int kFrameSecondsDecimals = 5;
 constexpr int kErrorDecimals = 1;
+constexpr int kLevelDecimals = 1;
+constexpr int kShareDecimals = 2;
 
 Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
@@ -19,20 +21,29 @@ Cell Integer(long value) { return Cell::Number(std::to_string(value)); }
 
 }  // namespace
 
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear) {
+ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, const Orientation& orientation) {
+    const SteadyingOptions& steadying = localization.steadying;
     ResultTable table;
     table.columns = {"start_s", "status", "direction_deg"};
+    if (steadying.hold_periods > 0) table.columns.push_back("held");
+    if (steadying.Steadies()) table.columns.push_back("raw_deg");
     if (truth) table.columns.insert(table.columns.end(), {"truth_deg", "error_deg"});
+    table.columns.insert(table.columns.end(), {"level_dbfs", "accepted_01", "accepted_02", "accepted_03"});
     for (const PeriodResult& period : localization.periods) {
-        const auto& degrees = period.direction.degrees;
+        const std::optional<int32_t> reported = ReportedDirection(period, orientation);
+        const auto& raw = period.direction.degrees;
         std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals), Cell::Text(StatusName(period.direction.status)),
-                                 degrees ? Integer(*degrees) : Cell::Empty()};
+                                 reported ? Integer(*reported) : Cell::Empty()};
+        if (steadying.hold_periods > 0) row.push_back(Integer(period.trust.held));
+        if (steadying.Steadies()) row.push_back(raw ? Integer(orientation.Report(*raw)) : Cell::Empty());
         if (truth) {
-            const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, *truth, linear);
+            const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, *truth, orientation);
             row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
             row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
                                              : Cell::Empty());
         }
+        row.push_back(Cell::Number(FormatFixed(period.trust.level_dbfs, kLevelDecimals)));
+        for (const double share : period.trust.accepted) row.push_back(Cell::Number(FormatFixed(share, kShareDecimals)));
         table.rows.push_back(std::move(row));
     }
     return table;

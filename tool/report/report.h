@@ -5,13 +5,15 @@
 #include <vector>
 
 #include "analysis/localizer.h"
+#include "analysis/orientation.h"
 #include "analysis/truth_track.h"
 #include "report/result_table.h"
 
 namespace ezossl_tool {
 
-// start_s, status, direction_deg; with a truth also truth_deg and error_deg.
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear);
+// start_s, status, direction_deg (as reported); held and raw_deg when held or smoothed; with a
+// truth also truth_deg and error_deg; then level_dbfs and the pairs' accepted shares.
+ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, const Orientation& orientation);
 
 // frame, start_s and the delay of each pair (empty when the library rejected the pair).
 ResultTable FrameTable(const Localization& localization);
