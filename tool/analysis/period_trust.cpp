@@ -34,17 +34,12 @@ void PeriodTracker::AddFrame(const Block& block, const PairDelays& delays) {
     for (int p = 0; p < EZOSSL_PAIR_NUM; ++p) accepted_frames_[p] += delays[p] != EZOSSL_DELAY_REJECTED;
 }
 
-// The circular median: the direction closest, summed around the circle, to all the others.
-// On equal sums the newest wins, so a tie follows the source rather than lagging behind.
-std::optional<int32_t> PeriodTracker::Smoothed() const {
+std::optional<int32_t> CircularMedian(const std::vector<int32_t>& directions) {
     std::optional<int32_t> best;
     double best_sum = std::numeric_limits<double>::infinity();
-    for (auto candidate = recent_.rbegin(); candidate != recent_.rend(); ++candidate) {
-        if (!*candidate) continue;
+    for (auto candidate = directions.rbegin(); candidate != directions.rend(); ++candidate) {
         double sum = 0.0;
-        for (const auto& other : recent_) {
-            if (other) sum += std::abs(CircularDifference(**candidate, *other));
-        }
+        for (const int32_t other : directions) sum += std::abs(CircularDifference(*candidate, other));
         if (sum < best_sum) {
             best_sum = sum;
             best = *candidate;
@@ -67,7 +62,12 @@ PeriodTrust PeriodTracker::Close(const PeriodDirection& direction) {
     recent_.push_back(direction.degrees);
     if (static_cast<int>(recent_.size()) > options_.smooth_periods) recent_.pop_front();
     if (direction.degrees) {
-        trust.direction_deg = Smoothed();
+        // On a tie the newest direction wins, so the median follows the source rather than lags.
+        std::vector<int32_t> window;
+        for (const auto& recent : recent_) {
+            if (recent) window.push_back(*recent);
+        }
+        trust.direction_deg = CircularMedian(window);
         last_ = trust.direction_deg;
         missing_ = 0;
     } else if (last_ && missing_ < options_.hold_periods) {

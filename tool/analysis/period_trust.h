@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "analysis/ssl_session.h"
 
@@ -31,6 +32,10 @@ struct PeriodTrust {
     bool held = false;                                   // direction_deg kept from an earlier period
 };
 
+// The circular median: the direction closest, summed around the circle, to all the others; on
+// equal sums the latest in the list wins. Empty for an empty list.
+std::optional<int32_t> CircularMedian(const std::vector<int32_t>& directions);
+
 class PeriodTracker {
   public:
     explicit PeriodTracker(const SteadyingOptions& options) : options_(options) {}
@@ -40,8 +45,6 @@ class PeriodTracker {
     PeriodTrust Close(const PeriodDirection& direction);
 
   private:
-    std::optional<int32_t> Smoothed() const;
-
     SteadyingOptions options_;
     double energy_ = 0.0;
     int64_t samples_ = 0;

@@ -43,13 +43,17 @@ void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
     command.add_option("--format", options.format, "table, csv or json (JSON lines)")->capture_default_str();
 }
 
-// How directions are turned, steadied and summarised; locate only.
-void AddLocateReportOptions(CLI::App& command, AnalyseOptions& options) {
+void AddAngleOptions(CLI::App& command, AnalyseOptions& options) {
     command.add_option("--rotate", options.rotate_deg,
                        "the array is mounted turned by DEG (counter-clockwise; clockwise with --angles compass)");
     command.add_option("--angles", options.angles,
                        "library (counter-clockwise from +y, -90 to 269) or compass (clockwise from the front, 0 to 359)")
         ->capture_default_str();
+}
+
+// How directions are turned, steadied and summarised; locate only.
+void AddLocateReportOptions(CLI::App& command, AnalyseOptions& options) {
+    AddAngleOptions(command, options);
     command.add_option("--hold", options.hold_periods, "keep the last direction through up to N periods without one");
     command.add_option("--smooth", options.smooth_periods, "report the circular median of the last N periods");
     command.add_option("--summary", options.summary_json, "JSON file for the summary");
@@ -87,13 +91,15 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
 struct CommandLine::Parts {
     CLI::App app{"ezossl: sound-source localisation with a four-microphone array", "ezossl"};
     bool show_library_messages = false;
-    AnalyseOptions locate, delays;
+    AnalyseOptions locate, delays, check_wiring;
+    double wiring_azimuth_deg = 0.0;
     SimulateOptions simulate;
     DemoOptions demo;
     CLI::App* locate_command = nullptr;
     CLI::App* delays_command = nullptr;
     CLI::App* simulate_command = nullptr;
     CLI::App* demo_command = nullptr;
+    CLI::App* check_wiring_command = nullptr;
 };
 
 CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
@@ -113,6 +119,14 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
 
     parts_->simulate_command = app.add_subcommand("simulate", "write a 4-channel recording of a scene with known truth");
     AddSimulateOptions(*parts_->simulate_command, parts_->simulate);
+
+    parts_->check_wiring_command =
+        app.add_subcommand("check-wiring", "which channel order puts a source of known direction where it is");
+    AddAnalyseOptions(*parts_->check_wiring_command, parts_->check_wiring);
+    AddAngleOptions(*parts_->check_wiring_command, parts_->check_wiring);
+    parts_->check_wiring_command
+        ->add_option("--azimuth", parts_->wiring_azimuth_deg, "the source's true direction in the recording, degrees")
+        ->required();
 
     parts_->demo_command = app.add_subcommand("demo", "simulate a default scene, localise it and score the result");
     parts_->demo_command->add_option("--plot", parts_->demo.plot, "SVG file to write")->capture_default_str();
@@ -142,6 +156,9 @@ int CommandLine::Run() {
     if (parts_->locate_command->parsed()) return RunLocate(parts_->locate);
     if (parts_->delays_command->parsed()) return RunDelays(parts_->delays);
     if (parts_->simulate_command->parsed()) return RunSimulate(parts_->simulate);
+    if (parts_->check_wiring_command->parsed()) {
+        return RunCheckWiring(parts_->check_wiring, parts_->wiring_azimuth_deg);
+    }
     return RunDemo(parts_->demo);
 }
 

@@ -1,4 +1,4 @@
-// The four subcommands: their options as parsed, and the functions that carry them out.
+// The subcommands: their options as parsed, and the functions that carry them out.
 #pragma once
 
 #include <cstdint>
@@ -59,5 +59,8 @@ int RunLocate(const AnalyseOptions& options);
 int RunDelays(const AnalyseOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
+// Tries every order of the four microphone channels (and the mirrored board) on a recording of
+// a source at azimuth_deg and ranks them.
+int RunCheckWiring(const AnalyseOptions& options, double azimuth_deg);
 
 }  // namespace ezossl_tool

@@ -42,11 +42,19 @@ void WriteText(std::FILE* out, const ResultTable& table) {
     }
 }
 
+// A field holding a comma or a quote is quoted, its quotes doubled (the map 4,1,2,3 is one field).
+std::string CsvField(const std::string& text) {
+    if (text.find_first_of(",\"\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
+
 void WriteCsv(std::FILE* out, const ResultTable& table) {
     for (size_t c = 0; c < table.columns.size(); ++c) std::fprintf(out, "%s%s", c ? "," : "", table.columns[c].c_str());
     std::fputc('\n', out);
     for (const auto& row : table.rows) {
-        for (size_t c = 0; c < row.size(); ++c) std::fprintf(out, "%s%s", c ? "," : "", row[c].text.c_str());
+        for (size_t c = 0; c < row.size(); ++c) std::fprintf(out, "%s%s", c ? "," : "", CsvField(row[c].text).c_str());
         std::fputc('\n', out);
     }
 }
