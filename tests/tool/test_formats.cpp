@@ -45,9 +45,10 @@ class Formats : public ToolTest {
 
 // --truth adds the truth and the error to every period, and every period carries its level
 // (the scene's -26 dBFS) and the share of frames each pair delivered; the summary, accuracy
-// included, goes to standard error.
+// included, goes to standard error, and --summary writes it as JSON too.
 TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
-    const RunResult result = RunOk(Args({"locate", "scene.wav", "--format", "csv", "--truth", "scene.truth.csv"}, kUla));
+    const RunResult result = RunOk(Args(
+        {"locate", "scene.wav", "--format", "csv", "--truth", "scene.truth.csv", "--summary", "summary.json"}, kUla));
     EXPECT_EQ(CsvColumns(result.out),
               (std::vector<std::string>{"start_s", "status", "direction_deg", "truth_deg", "error_deg", "level_dbfs",
                                         "accepted_01", "accepted_02", "accepted_03"}));
@@ -69,6 +70,16 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
               "within +-22.5 deg: 100.0 %\n"
               "note: the last block was completed with 64 zero samples per channel\n"
               "note: the last period (from 1.280 s) has only 28 of 32 frames\n");
+    const Json summary(cJSON_Parse(ReadFile("summary.json").c_str()), cJSON_Delete);
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(Keys(summary.get()), (std::vector<std::string>{"periods", "period_s", "with_direction", "held", "statuses",
+                                                              "mean_level_dbfs", "accuracy", "notes"}));
+    EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetObjectItem(summary.get(), "statuses"), "OK")->valueint, 6);
+    const cJSON* accuracy = cJSON_GetObjectItem(summary.get(), "accuracy");
+    EXPECT_EQ(cJSON_GetObjectItem(accuracy, "mean_abs_error_deg")->valuedouble, 0.0);
+    EXPECT_EQ(cJSON_GetObjectItem(accuracy, "within_10_deg")->valuedouble, 1.0);
+    EXPECT_STREQ(cJSON_GetArrayItem(cJSON_GetObjectItem(summary.get(), "notes"), 1)->valuestring,
+                 "note: the last period (from 1.280 s) has only 28 of 32 frames");
 }
 
 TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {
