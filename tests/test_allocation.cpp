@@ -1,7 +1,6 @@
 // The library allocates nothing for an instance: Init, Reset and the transforms stay off the heap.
 #include <vector>
 
-#include "common/fft.h"
 #include "core/ssl_handle.h"
 #include "counting_malloc.h"
 #include "test_support.h"
@@ -31,20 +30,7 @@ TEST(Allocation, InitResetAndFreeUseOnlyTheCallersBuffer) {
     EXPECT_EQ(counts.frees, 0u);
 }
 
-TEST(Allocation, TransformsAllocateNothing) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    const HeapCounts counts = HeapCallsOf([&] {
-        for (int i = 0; i < 10; ++i) {
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftForward, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
-        }
-    });
-    EXPECT_EQ(counts.allocations, 0u);
-}
-
+// Every per-frame path, the transforms included.
 TEST(Allocation, VotingPeriodsAllocateNothing) {
     WorkingBuffer buffer;
     SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1, 8);
