@@ -79,7 +79,7 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
     EXPECT_EQ(cJSON_GetObjectItem(accuracy, "mean_abs_error_deg")->valuedouble, 0.0);
     EXPECT_EQ(cJSON_GetObjectItem(accuracy, "within_10_deg")->valuedouble, 1.0);
     EXPECT_STREQ(cJSON_GetArrayItem(cJSON_GetObjectItem(summary.get(), "notes"), 1)->valuestring,
-                 "note: the last period (from 1.280 s) has only 28 of 32 frames");
+                 "the last period (from 1.280 s) has only 28 of 32 frames");
 }
 
 TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {

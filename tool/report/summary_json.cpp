@@ -16,6 +16,13 @@ void AddNumber(cJSON* object, const char* name, double value, int decimals) {
     cJSON_AddItemToObject(object, name, cJSON_CreateRaw(FormatFixed(value, decimals).c_str()));
 }
 
+// The text summary's notes start with "note: "; in JSON the key already says so.
+void AddNote(cJSON* notes, const std::string& note) {
+    const std::string prefix = "note: ";
+    const std::string text = note.compare(0, prefix.size(), prefix) == 0 ? note.substr(prefix.size()) : note;
+    cJSON_AddItemToArray(notes, cJSON_CreateString(text.c_str()));
+}
+
 double Share(int part, int whole) { return whole == 0 ? 0.0 : double(part) / whole; }
 
 cJSON* AccuracyObject(const Localization& localization, const TruthTrack* truth, const Orientation& orientation) {
@@ -56,9 +63,9 @@ std::string SummaryJson(const Localization& localization, const TruthTrack* trut
     }
     cJSON_AddItemToObject(object, "accuracy", AccuracyObject(localization, truth, orientation));
     cJSON* notes = cJSON_AddArrayToObject(object, "notes");
-    for (const std::string& note : InputNotes(localization)) cJSON_AddItemToArray(notes, cJSON_CreateString(note.c_str()));
+    for (const std::string& note : InputNotes(localization)) AddNote(notes, note);
     const std::string renumbering = orientation.RenumberingNote();
-    if (!renumbering.empty()) cJSON_AddItemToArray(notes, cJSON_CreateString(renumbering.c_str()));
+    if (!renumbering.empty()) AddNote(notes, renumbering);
     std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_Print(object), cJSON_free);
     return std::string(text.get()) + "\n";
 }

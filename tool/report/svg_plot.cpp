@@ -196,12 +196,10 @@ void Legend(std::ostringstream& svg, const DirectionPlot& plot) {
                   "\" stroke=\"" + kTruthColour + "\" stroke-width=\"2.5\"/>",
               plot.orientation->Linear() ? "truth, sides folded" : "truth");
     }
-    y = kBandTop + 4;
     for (const StatusMark& mark : kStatusMarks) {
         entry("<use href=\"#mark-" + std::string(mark.status) + "\" x=\"" + Px(x + 10) + "\" y=\"" + Px(y - 4) + "\"/>",
               mark.meaning);
     }
-    y = kLevelTop + kLevelHeight / 2;
     entry("<line x1=\"" + Px(x) + "\" y1=\"" + Px(y - 4) + "\" x2=\"" + Px(x + 20) + "\" y2=\"" + Px(y - 4) +
               "\" stroke=\"" + kLevelColour + "\" stroke-width=\"1.5\"/>",
           "level of the period");
