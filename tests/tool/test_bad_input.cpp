@@ -78,6 +78,12 @@ const BadInput kBadInputs[] = {
      "--frames-per-vote must lie between 1 and 1000000, got 0"},
     {"plot_of_delays", Args(Locate("good.wav"), {"--bf-mode", "1", "--plot", "p.svg"}), kUsage,
      "--bf-mode 1 gives delays only, so --truth, --plot and --summary have nothing to show; leave them out"},
+    {"plot_and_summary_alike", Args(Locate("good.wav"), {"--plot", "out", "--summary", "./out"}), kUsage,
+     "--plot and --summary name the same file; give each its own"},
+    {"smooth_zero", Args(Locate("good.wav"), {"--smooth", "0"}), kUsage, "--smooth must lie between 1 and 1000 periods, got 0"},
+    {"unknown_angles", Args(Locate("good.wav"), {"--angles", "north"}), kUsage,
+     "--angles north is not known; choose library (counter-clockwise from +y, -90 to 269) or compass (clockwise from "
+     "the front, 0 to 359)"},
     {"unknown_format", Args(Locate("good.wav"), {"--format", "xml"}), kUsage, "--format xml is not known; choose table, csv or json"},
     // Headerless input.
     {"raw_without_rate", Args(Locate("good.wav"), {"--raw", "--channels", "4"}), kUsage,

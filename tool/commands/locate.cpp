@@ -1,4 +1,5 @@
 // ezossl locate / ezossl delays: a recording through the library, directions or delays out.
+#include <filesystem>
 #include <memory>
 
 #include "analysis/accuracy.h"
@@ -52,7 +53,12 @@ int RunLocate(const AnalyseOptions& options) {
     }
     if (options.summary_json) {
         RequireDistinctFiles(options.input.path, *options.summary_json);
-        if (options.plot) RequireDistinctFiles(*options.plot, *options.summary_json);
+        const auto resolved = [](const std::string& path) {
+            return std::filesystem::weakly_canonical(std::filesystem::absolute(path));
+        };
+        if (options.plot && resolved(*options.plot) == resolved(*options.summary_json)) {
+            throw UsageError("--plot and --summary name the same file; give each its own");
+        }
         summary_file.emplace(*options.summary_json);
     }
 
