@@ -84,7 +84,7 @@ std::vector<std::string> SummaryLines(const Localization& localization, const Tr
     }
     for (const std::string& note : InputNotes(localization)) lines.push_back(note);
     const std::string renumbering = orientation.RenumberingNote();
-    if (!renumbering.empty()) lines.push_back(renumbering);
+    if (!renumbering.empty()) lines.push_back(renumbering + "; directions are given in your frame");
     return lines;
 }
 

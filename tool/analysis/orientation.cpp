@@ -117,7 +117,7 @@ std::string Orientation::RenumberingNote() const {
         note += std::string(note.empty() ? "the library solves a line only along x, so" : ", and") +
                 " the line is turned by " + FormatNumber(turn_deg_) + " deg for it";
     }
-    return note.empty() ? note : "note: " + note + "; directions are given in your frame";
+    return note.empty() ? note : "note: " + note;
 }
 
 }  // namespace ezossl_tool

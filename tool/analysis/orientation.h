@@ -46,7 +46,8 @@ class Orientation {
     // The reverse of ReportTruth without the fold: reported angles to the array's library angles.
     double ArrayAzimuth(double reported_deg) const;
     AngleAxis Axis() const;
-    // "microphones renumbered for the library: ..." or empty when the order was kept.
+    // "note: the library needs its microphone 0 leftmost, so ..." or empty when the library
+    // takes the array as given.
     std::string RenumberingNote() const;
 
   private:

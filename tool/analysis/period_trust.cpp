@@ -1,6 +1,7 @@
 // Level, accepted shares, and the hold and circular-median smoothing of directions.
 #include "analysis/period_trust.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>

@@ -93,7 +93,7 @@ int RunDelays(const AnalyseOptions& options) {
     analysis.localization.periods.clear();
     std::vector<std::string> notes = InputNotes(analysis.localization);
     const std::string renumbering = analysis.orientation.RenumberingNote();
-    if (!renumbering.empty()) notes.push_back(renumbering + "; the pairs are the library's");
+    if (!renumbering.empty()) notes.push_back(renumbering + "; the delays are of the library's pairs");
     WriteReport(format, FrameTable(analysis.localization), notes);
     return kExitOk;
 }
