@@ -54,7 +54,7 @@ std::vector<int16_t> ReadStart(BlockSource& source) {
 std::optional<ArrayDescription> Mirrored(const ArrayDescription& array) {
     if (array.kind != ArrayKind::kArbitrary) return std::nullopt;
     ArrayDescription mirrored = array;
-    for (Vec2& p : mirrored.positions_cm) p.x = -p.x;
+    for (Vec2& p : mirrored.positions_cm) p.x = 0.0 - p.x;   // not -p.x: a 0 would print as -0
     const MicPositions given = MicrophonePositionsM(array), flipped = MicrophonePositionsM(mirrored);
     const bool same_set = std::all_of(flipped.begin(), flipped.end(), [&](const Vec2& f) {
         return std::any_of(given.begin(), given.end(), [&](const Vec2& g) { return f.x == g.x && f.y == g.y; });
