@@ -10,14 +10,8 @@
 namespace ezossl_tool {
 namespace {
 
-constexpr double kFullTurn = 360.0;
 constexpr double kDegreesPerRadian = 180.0 / kPi;
 constexpr double kCompassTickDeg = 45.0, kPlanarTickDeg = 45.0, kLinearTickDeg = 30.0;
-
-double WrapCompass(double degrees) {
-    const double wrapped = std::fmod(degrees, kFullTurn);
-    return wrapped < 0.0 ? wrapped + kFullTurn : wrapped;
-}
 
 bool AllOnOneRow(const MicPositions& p) {
     return std::all_of(p.begin(), p.end(), [&](const Vec2& q) { return q.y == p[0].y; });
@@ -81,14 +75,14 @@ Orientation::Orientation(const ArrayDescription& user_array, double rotate_deg, 
 bool Orientation::Renumbered() const { return order_ != MicOrder{0, 1, 2, 3}; }
 
 double Orientation::FromUserFrame(double user_deg) const {
-    return angles_ == AngleConvention::kCompass ? WrapCompass(rotate_deg_ - user_deg)
+    return angles_ == AngleConvention::kCompass ? WrapBearing(rotate_deg_ - user_deg)
                                                 : WrapAzimuth(user_deg + rotate_deg_);
 }
 
 int32_t Orientation::Report(int32_t library_deg) const {
     const double rounded = std::round(FromUserFrame(library_deg - turn_deg_));
     // Rounding may reach the upper end of the range, which is the lower end once more.
-    return static_cast<int32_t>(angles_ == AngleConvention::kCompass ? WrapCompass(rounded) : WrapAzimuth(rounded));
+    return static_cast<int32_t>(angles_ == AngleConvention::kCompass ? WrapBearing(rounded) : WrapAzimuth(rounded));
 }
 
 double Orientation::ReportTruth(double azimuth_deg) const {
