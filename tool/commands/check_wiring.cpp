@@ -14,7 +14,6 @@
 #include "commands/commands.h"
 #include "io/channel_map.h"
 #include "io/console.h"
-#include "io/reordered_source.h"
 #include "report/number_format.h"
 #include "report/report.h"
 
@@ -71,9 +70,9 @@ void Score(Candidate& candidate, const std::vector<int16_t>& samples, uint32_t r
         for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) reordered[n + mic] = samples[n + candidate.order[mic]];
     }
     MemorySource source(std::move(reordered), rate);
-    ReorderedSource library_order(source, orientation.Order());
-    const LibrarySettings settings = MakeLibrarySettings(options.library, orientation.LibraryArray(), rate);
-    const Localization localization = Localize(library_order, settings, "checking an order of " + options.input.path);
+    LibrarySettings settings = MakeLibrarySettings(options.library, orientation.LibraryArray(), rate);
+    settings.mic_order = orientation.Order();
+    const Localization localization = Localize(source, settings, "checking an order of " + options.input.path);
     const double truth = orientation.ReportTruth(orientation.ArrayAzimuth(truth_deg));
     std::vector<int32_t> directions;
     double error_sum = 0.0;

@@ -7,7 +7,6 @@
 #include "commands/commands.h"
 #include "io/console.h"
 #include "io/output_file.h"
-#include "io/reordered_source.h"
 #include "report/report.h"
 #include "report/summary_json.h"
 #include "report/svg_plot.h"
@@ -28,10 +27,10 @@ Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
     analysis.orientation = Orientation(analysis.array, options.rotate_deg, ParseAngleConvention(options.angles));
     const SteadyingOptions steadying = MakeSteadyingOptions(options.hold_periods, options.smooth_periods);
     const std::unique_ptr<BlockSource> source = OpenRecording(options.input);
-    ReorderedSource library_order(*source, analysis.orientation.Order());
-    const LibrarySettings settings =
+    LibrarySettings settings =
         MakeLibrarySettings(options.library, analysis.orientation.LibraryArray(), source->SampleRate());
-    analysis.localization = Localize(library_order, settings, verb + " " + options.input.path, steadying);
+    settings.mic_order = analysis.orientation.Order();
+    analysis.localization = Localize(*source, settings, verb + " " + options.input.path, steadying);
     return analysis;
 }
 
