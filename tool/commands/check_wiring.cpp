@@ -16,6 +16,7 @@
 #include "io/console.h"
 #include "report/number_format.h"
 #include "report/report.h"
+#include "simulation/trajectory.h"
 
 namespace ezossl_tool {
 namespace {
@@ -108,7 +109,7 @@ std::string PositionsText(const ArrayDescription& array) {
 }  // namespace
 
 int RunCheckWiring(const AnalyseOptions& options, double azimuth_deg) {
-    if (!std::isfinite(azimuth_deg)) throw UsageError("--azimuth must be a number of degrees, e.g. --azimuth 30");
+    RequireAzimuth("--azimuth", azimuth_deg);
     const OutputFormat format = ParseOutputFormat(options.format);
     const ArrayDescription array = ParseArray(options.array.array, options.array.distance_cm);
     const ChannelMap given = GivenChannels(options);
