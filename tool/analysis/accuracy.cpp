@@ -14,9 +14,11 @@ std::string Percent(int part, int whole) {
     return whole == 0 ? "-" : FormatFixed(100.0 * part / whole, 1) + " %";
 }
 
-std::string StatusCountsText(const Localization& localization) {
+std::string StatusCounts(const Localization& localization, const Orientation& orientation, bool srp) {
+    std::map<std::string, int> counts;
+    for (const PeriodResult& period : localization.periods) ++counts[AnswerOf(period, orientation, srp).status];
     std::string text;
-    for (const auto& [name, count] : StatusCounts(localization)) {
+    for (const auto& [name, count] : counts) {
         text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
     }
     return text;
@@ -24,32 +26,45 @@ std::string StatusCountsText(const Localization& localization) {
 
 }  // namespace
 
-std::map<std::string, int> StatusCounts(const Localization& localization) {
+std::map<std::string, int> PeriodsPerStatus(const Localization& localization) {
     std::map<std::string, int> counts;
     for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
     return counts;
 }
 
-std::optional<int32_t> ReportedDirection(const PeriodResult& period, const Orientation& orientation) {
-    if (!period.trust.direction_deg) return std::nullopt;
-    return orientation.Report(*period.trust.direction_deg);
+MethodAnswer AnswerOf(const PeriodResult& period, const Orientation& orientation, bool srp) {
+    if (!srp) {
+        MethodAnswer answer{StatusName(period.direction.status), std::nullopt};
+        if (period.trust.direction_deg) answer.degrees = orientation.Report(*period.trust.direction_deg);
+        return answer;
+    }
+    if (!period.srp) return {"-", std::nullopt};
+    MethodAnswer answer{SrpStatusName(period.srp->status), std::nullopt};
+    if (period.srp->degrees) answer.degrees = orientation.ReportExact(*period.srp->degrees);
+    return answer;
+}
+
+std::vector<bool> ShownMethods(Method method) {
+    if (method == Method::kBoth) return {false, true};
+    return {method == Method::kSrp};
 }
 
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             const Orientation& orientation) {
+                             const Orientation& orientation, bool srp) {
     PeriodTruth result;
     result.truth_deg = orientation.ReportTruth(truth.AzimuthAt(period.MiddleSeconds(sample_rate)));
-    const std::optional<int32_t> reported = ReportedDirection(period, orientation);
-    if (reported) result.error_deg = CircularDifference(*reported, result.truth_deg);
+    const MethodAnswer answer = AnswerOf(period, orientation, srp);
+    if (answer.degrees) result.error_deg = CircularDifference(*answer.degrees, result.truth_deg);
     return result;
 }
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation) {
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation,
+                          bool srp) {
     AccuracySummary summary;
     double error_sum = 0.0;
     for (const PeriodResult& period : localization.periods) {
         ++summary.periods;
-        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, orientation);
+        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, orientation, srp);
         if (!compared.error_deg) continue;
         const double error = std::abs(*compared.error_deg);
         ++summary.with_direction;
@@ -61,21 +76,41 @@ AccuracySummary Summarize(const Localization& localization, const TruthTrack& tr
     return summary;
 }
 
-std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
-                                      const Orientation& orientation) {
+namespace {
+
+std::vector<std::string> MethodSummaryLines(const Localization& localization, const TruthTrack* truth,
+                                            const Orientation& orientation, bool srp) {
     std::vector<std::string> lines;
     int with_direction = 0;
-    for (const PeriodResult& period : localization.periods) with_direction += period.direction.degrees.has_value();
+    for (const PeriodResult& period : localization.periods) {
+        // The library's own answers: held directions are counted apart.
+        with_direction += srp ? AnswerOf(period, orientation, true).degrees.has_value() : period.direction.degrees.has_value();
+    }
     const int periods = static_cast<int>(localization.periods.size());
     lines.push_back("periods: " + std::to_string(periods) + " of " + FormatFixed(localization.PeriodSeconds(), 3) +
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
-                    "); " + StatusCountsText(localization));
+                    "); " + StatusCounts(localization, orientation, srp));
     if (truth) {
-        const AccuracySummary s = Summarize(localization, *truth, orientation);
+        const AccuracySummary s = Summarize(localization, *truth, orientation, srp);
         lines.push_back("accuracy of the periods with a direction: mean absolute error " +
                         FormatFixed(s.mean_abs_error_deg, 1) + " deg, within +-" + FormatNumber(kCloseDeg) +
                         " deg: " + Percent(s.within_close, s.with_direction) + ", within +-" +
                         FormatNumber(kCandidateSpacingDeg) + " deg: " + Percent(s.within_candidate, s.with_direction));
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
+                                      const Orientation& orientation) {
+    std::vector<std::string> lines;
+    const std::vector<bool> methods = ShownMethods(localization.method);
+    for (const bool srp : methods) {
+        const std::string prefix = methods.size() > 1 ? (srp ? "srp: " : "specified: ") : "";
+        for (const std::string& line : MethodSummaryLines(localization, truth, orientation, srp)) {
+            lines.push_back(prefix + line);
+        }
     }
     int held = 0;
     for (const PeriodResult& period : localization.periods) held += period.trust.held;

@@ -21,12 +21,20 @@ struct PeriodTruth {
     std::optional<double> error_deg;     // estimate - truth, only with a direction
 };
 
-// The period's direction as reported: held or smoothed, in the user's frame and angles.
-std::optional<int32_t> ReportedDirection(const PeriodResult& period, const Orientation& orientation);
+// One method's answer for a period: the specified library's (held or smoothed), or the SRP
+// library's, in the user's frame and angles.
+struct MethodAnswer {
+    std::string status;             // "OK", "NO_DIRECTION", "SILENT", ...
+    std::optional<double> degrees;  // only with a direction
+};
+MethodAnswer AnswerOf(const PeriodResult& period, const Orientation& orientation, bool srp = false);
 
-// The truth at the middle of the period, and the error of its reported direction if it has one.
+// The methods a localisation shows, in the order they are shown: false specified, true SRP.
+std::vector<bool> ShownMethods(Method method);
+
+// The truth at the middle of the period, and the error of the method's direction if it has one.
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             const Orientation& orientation);
+                             const Orientation& orientation, bool srp = false);
 
 struct AccuracySummary {
     int periods = 0;
@@ -36,12 +44,14 @@ struct AccuracySummary {
     double mean_abs_error_deg = 0.0;
 };
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation);
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation,
+                          bool srp = false);
 
-// Periods per status name.
-std::map<std::string, int> StatusCounts(const Localization& localization);
+// Periods per status name of the specified method.
+std::map<std::string, int> PeriodsPerStatus(const Localization& localization);
 
-// Human-readable summary lines: counts per status, then accuracy when there is a truth.
+// Human-readable summary lines: counts per status, then accuracy when there is a truth; with
+// both methods, each method's lines start with its name.
 std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
                                       const Orientation& orientation);
 

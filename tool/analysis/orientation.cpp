@@ -85,6 +85,8 @@ int32_t Orientation::Report(int32_t library_deg) const {
     return static_cast<int32_t>(angles_ == AngleConvention::kCompass ? WrapBearing(rounded) : WrapAzimuth(rounded));
 }
 
+double Orientation::ReportExact(double library_deg) const { return FromUserFrame(library_deg - turn_deg_); }
+
 double Orientation::ReportTruth(double azimuth_deg) const {
     if (!linear_) return FromUserFrame(azimuth_deg);
     return FromUserFrame(FoldFrontBack(azimuth_deg + turn_deg_) - turn_deg_);

@@ -40,6 +40,8 @@ class Orientation {
     // A direction of the library (its frame, whole degrees) as reported: in the user's frame,
     // turned by the mounting, in the chosen angles, rounded to whole degrees.
     int32_t Report(int32_t library_deg) const;
+    // The same for a direction in fractions of a degree (the SRP library's), not rounded.
+    double ReportExact(double library_deg) const;
     // An azimuth in the array's own library angles (as simulate writes the truth) in the
     // reported angles; for a line first folded onto the side it reports.
     double ReportTruth(double azimuth_deg) const;

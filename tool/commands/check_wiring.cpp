@@ -78,9 +78,9 @@ void Score(Candidate& candidate, const std::vector<int16_t>& samples, uint32_t r
     std::vector<int32_t> directions;
     double error_sum = 0.0;
     for (const PeriodResult& period : localization.periods) {
-        const std::optional<int32_t> reported = ReportedDirection(period, orientation);
+        const std::optional<double> reported = AnswerOf(period, orientation).degrees;   // whole degrees
         error_sum += reported ? std::abs(CircularDifference(*reported, truth)) : kMissErrorDeg;
-        if (reported) directions.push_back(*reported);
+        if (reported) directions.push_back(static_cast<int32_t>(*reported));
     }
     candidate.periods = static_cast<int>(localization.periods.size());
     candidate.with_direction = static_cast<int>(directions.size());

@@ -23,7 +23,8 @@ struct AnalyseOptions {
     std::string format = "table";
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
-    double rotate_deg = 0.0;            // locate only, as the rest
+    std::string method = "specified";   // locate only: specified, srp or both
+    double rotate_deg = 0.0;            // locate (and check-wiring) only, as the rest
     std::string angles = "library";
     int hold_periods = 0;
     int smooth_periods = 1;
@@ -51,6 +52,13 @@ struct SimulateOptions {
     uint64_t seed = 1;
 };
 
+struct AccuracyOptions {
+    std::optional<std::string> array;   // the default grid's geometries when none is given
+    std::optional<double> distance_cm;
+    std::optional<uint32_t> rate;       // the default grid's rates when none is given
+    bool quick = false;
+};
+
 struct DemoOptions {
     std::string plot = "ezossl-demo.svg";
 };
@@ -59,6 +67,7 @@ int RunLocate(const AnalyseOptions& options);
 int RunDelays(const AnalyseOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
+int RunAccuracy(const AccuracyOptions& options);
 // Tries every order of the four microphone channels (and the mirrored board) on a recording of
 // a source at azimuth_deg and ranks them.
 int RunCheckWiring(const AnalyseOptions& options, double azimuth_deg);

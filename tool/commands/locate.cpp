@@ -21,7 +21,7 @@ struct Analysis {
 };
 
 // Opens and checks everything first, so that mistakes surface before the long part.
-Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
+Analysis Analyse(const AnalyseOptions& options, const std::string& verb, Method method = Method::kSpecified) {
     Analysis analysis;
     analysis.array = ParseArray(options.array.array, options.array.distance_cm);
     analysis.orientation = Orientation(analysis.array, options.rotate_deg, ParseAngleConvention(options.angles));
@@ -30,7 +30,7 @@ Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
     LibrarySettings settings =
         MakeLibrarySettings(options.library, analysis.orientation.LibraryArray(), source->SampleRate());
     settings.mic_order = analysis.orientation.Order();
-    analysis.localization = Localize(*source, settings, verb + " " + options.input.path, steadying);
+    analysis.localization = Localize(*source, settings, verb + " " + options.input.path, method, steadying);
     return analysis;
 }
 
@@ -41,6 +41,10 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only && (options.truth || options.plot || options.summary_json)) {
         throw UsageError("--bf-mode 1 gives delays only, so --truth, --plot and --summary have nothing to show; "
                          "leave them out");
+    }
+    const Method method = ParseMethod(options.method);
+    if (delays_only && method != Method::kSpecified) {
+        throw UsageError("--bf-mode 1 gives delays only, so --method " + options.method + " has no directions to show; leave one of them out");
     }
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
@@ -61,7 +65,7 @@ int RunLocate(const AnalyseOptions& options) {
         summary_file.emplace(*options.summary_json);
     }
 
-    const Analysis analysis = Analyse(options, "locating");
+    const Analysis analysis = Analyse(options, "locating", method);
     const TruthTrack* truth_track = truth ? &*truth : nullptr;
     const ResultTable table = delays_only ? FrameTable(analysis.localization)
                                           : PeriodTable(analysis.localization, truth_track, analysis.orientation);

@@ -11,8 +11,10 @@
 
 namespace ezossl_tool {
 
-// start_s, status, direction_deg (as reported); held and raw_deg when held or smoothed; with a
-// truth also truth_deg and error_deg; then level_dbfs and the pairs' accepted shares.
+// start_s, status, direction_deg (as reported; the SRP adds confidence and level_dbfs); held and
+// raw_deg when held or smoothed; with a truth also truth_deg and error_deg; then, for the
+// specified method, level_dbfs and the pairs' accepted shares. Both methods: the SRP's columns
+// follow with the prefix srp_.
 ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, const Orientation& orientation);
 
 // frame, start_s and the delay of each pair (empty when the library rejected the pair).

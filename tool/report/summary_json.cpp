@@ -55,7 +55,7 @@ std::string SummaryJson(const Localization& localization, const TruthTrack* trut
     cJSON_AddNumberToObject(object, "with_direction", with_direction);
     cJSON_AddNumberToObject(object, "held", held);
     cJSON* statuses = cJSON_AddObjectToObject(object, "statuses");
-    for (const auto& [name, count] : StatusCounts(localization)) cJSON_AddNumberToObject(statuses, name.c_str(), count);
+    for (const auto& [name, count] : PeriodsPerStatus(localization)) cJSON_AddNumberToObject(statuses, name.c_str(), count);
     // The mean power over the periods, in dB like each period's level.
     if (periods > 0) {
         AddNumber(object, "mean_level_dbfs", std::max(kSilenceDbfs, 10.0 * std::log10(energy / periods)), 1);

@@ -24,6 +24,7 @@ constexpr double kLevelLowest = -90, kLevelHighest = 0, kLevelTick = 30;
 constexpr double kTimeLabels = kLevelTop + kLevelHeight + 18;
 constexpr int kTargetTimeTicks = 10;
 constexpr const char* kEstimateColour = "#1f63c6";
+constexpr const char* kSrpColour = "#d9480f";
 constexpr const char* kTruthColour = "#e07b00";
 constexpr const char* kLevelColour = "#2e7d32";
 
@@ -147,8 +148,8 @@ void TruthLine(std::ostringstream& svg, const Canvas& canvas, const DirectionPlo
     }
 }
 
-// Directions in the angle area (held ones hollow), a status mark in the band for every period
-// without a library direction, and the level track.
+// Directions in the angle area (held ones hollow, the SRP's squares), a status mark in the band
+// for every period without a direction of the specified library, and the level track.
 void Periods(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot& plot) {
     const Localization& run = *plot.localization;
     std::string level_path;
@@ -157,8 +158,13 @@ void Periods(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot&
         const std::string status = StatusName(period.direction.status);
         const std::string tip = "<title>" + FormatFixed(period.start_s, 3) + " s: " + status + ", " +
                                 FormatFixed(period.trust.level_dbfs, 1) + " dBFS</title>";
-        const std::optional<int32_t> reported = ReportedDirection(period, *plot.orientation);
-        if (reported) {
+        if (RunsSrp(run.method) && period.srp && period.srp->degrees) {
+            const double srp_deg = plot.orientation->ReportExact(*period.srp->degrees);
+            svg << "<rect class=\"srp\" x=\"" << Px(x - 3) << "\" y=\"" << Px(canvas.Y(srp_deg) - 3)
+                << "\" width=\"6\" height=\"6\" fill=\"" << kSrpColour << "\">" << tip << "</rect>\n";
+        }
+        const std::optional<double> reported = AnswerOf(period, *plot.orientation).degrees;
+        if (RunsSpecified(run.method) && reported) {
             svg << "<circle class=\"" << (period.trust.held ? "held" : "direction") << "\" cx=\"" << Px(x)
                 << "\" cy=\"" << Px(canvas.Y(*reported)) << "\" r=\"3.5\" "
                 << (period.trust.held ? "fill=\"white\" stroke=\"" : "fill=\"") << kEstimateColour << "\">" << tip
@@ -185,7 +191,14 @@ void Legend(std::ostringstream& svg, const DirectionPlot& plot) {
     };
     svg << "<g font-size=\"12\" fill=\"#333\">\n";
     const std::string dot = "<circle cx=\"" + Px(x + 10) + "\" cy=\"" + Px(y - 4) + "\" r=\"3.5\" ";
-    entry(dot + "fill=\"" + kEstimateColour + "\"/>", "library direction");
+    const Method method = plot.localization->method;
+    if (RunsSpecified(method)) {
+        entry(dot + "fill=\"" + kEstimateColour + "\"/>", method == Method::kBoth ? "specified direction" : "library direction");
+    }
+    if (RunsSrp(method)) {
+        entry("<rect x=\"" + Px(x + 7) + "\" y=\"" + Px(y - 7) + "\" width=\"6\" height=\"6\" fill=\"" + kSrpColour + "\"/>",
+              "SRP direction");
+    }
     if (plot.localization->steadying.hold_periods > 0) {
         entry("<circle cx=\"" + Px(x + 10) + "\" cy=\"" + Px(y - 4) + "\" r=\"3.5\" fill=\"white\" stroke=\"" +
                   kEstimateColour + "\"/>",
