@@ -10,43 +10,38 @@
 namespace ezossl {
 namespace {
 
-// Cross spectra of channel 0 with channels 1, 2 and 3 in lanes 1..3, each bin divided by its
-// magnitude (the square root and the division in double, as the one-pair code did), for a bin
-// and its mirror at once: six independent values that vectorise as a whole. Lane 0 stays 0.
-void Weigh(const FftLanes bins[2], FftLanes out[2]) {
-    constexpr int kValues = 2 * kPairNum;
-    float re[kValues], im[kValues], magnitude[kValues];
-    for (int v = 0; v < kValues; ++v) {
-        const FftLanes& bin = bins[v / kPairNum];
-        const int lane = PairLane(v % kPairNum);
-        const float a = bin.re[0], b = bin.im[0], c = bin.re[lane], d = bin.im[lane];
-        re[v] = a * c + b * d;
-        im[v] = b * c - a * d;
-        magnitude[v] = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
-    }
-    float weighted_re[kValues], weighted_im[kValues];
-    for (int v = 0; v < kValues; ++v) {
-        const double weight = static_cast<double>(magnitude[v]) + kPhatGuard;
-        weighted_re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
-        weighted_im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
-    }
-    for (int v = 0; v < kValues; ++v) {
-        FftLanes& o = out[v / kPairNum];
-        const int lane = PairLane(v % kPairNum);
-        o.re[lane] = weighted_re[v];
-        o.im[lane] = weighted_im[v];
-    }
-    out[0].re[0] = out[0].im[0] = out[1].re[0] = out[1].im[0] = 0.0f;
-}
+// Bins of one pair's spectrum, padded to a whole number of vectors.
+constexpr int kPaddedBins = (kSpectrumBins + 3) / 4 * 4;
+constexpr int kWeighedValues = kPairNum * kPaddedBins;
 
-// Bin k of every channel, lane = channel.
-FftLanes ChannelBins(const Frames& frames, int k) {
-    FftLanes bins;
-    for (uint32_t c = 0; c < kMicNum; ++c) {
-        bins.re[c] = frames.spectrum[c][k].re;
-        bins.im[c] = frames.spectrum[c][k].im;
+// Cross spectra of channel 0 with channels 1, 2 and 3, each bin divided by its magnitude (the
+// square root and the division in double, as the one-pair code did). Pair by pair and bin by
+// bin in plain arrays, so that every step is one long loop of independent values that
+// vectorises as a whole; the padding bins are zero and never read.
+struct WeighedSpectra {
+    float re[kPairNum][kPaddedBins];
+    float im[kPairNum][kPaddedBins];
+};
+
+void Weigh(const Frames& frames, WeighedSpectra* out) {
+    const ComplexF* reference = frames.spectrum[0];
+    for (int p = 0; p < kPairNum; ++p) {
+        const ComplexF* other = frames.spectrum[p + 1];
+        for (int k = 0; k < kSpectrumBins; ++k) {
+            const float a = reference[k].re, b = reference[k].im, c = other[k].re, d = other[k].im;
+            out->re[p][k] = a * c + b * d;
+            out->im[p][k] = b * c - a * d;
+        }
+        for (int k = kSpectrumBins; k < kPaddedBins; ++k) out->re[p][k] = out->im[p][k] = 0.0f;
     }
-    return bins;
+    float* re = &out->re[0][0];
+    float* im = &out->im[0][0];
+    for (int v = 0; v < kWeighedValues; ++v) {
+        const float magnitude = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
+        const double weight = static_cast<double>(magnitude) + kPhatGuard;
+        re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
+        im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
+    }
 }
 
 // The first maximum and minimum of each lane over the indices it sees in increasing order,
@@ -103,22 +98,24 @@ void Fold(const ExtremeChain& chain, int from, int l, PairExtremes* out) {
 }  // namespace
 
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
+    WeighedSpectra weighed;
+    Weigh(frames, &weighed);
     FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
-    for (int k = 0; k <= kHalfFftSize / 2; ++k) {
-        const FftLanes bins[2] = {ChannelBins(frames, k), ChannelBins(frames, kHalfFftSize - k)};
-        FftLanes weighted[2];
-        Weigh(bins, weighted);
-        if (k == 0) {
-            // DC and Nyquist share a slot: only their real parts count.
-            for (int l = 0; l < kFftLanes; ++l) {
-                data[position[0]].re[l] = weighted[0].re[l];
-                data[position[0]].im[l] = weighted[1].re[l];
-            }
-            continue;
+    for (int k = 1; k < kHalfFftSize; ++k) {
+        FftLanes& slot = data[position[k]];
+        slot.re[0] = slot.im[0] = 0.0f;
+        for (int p = 0; p < kPairNum; ++p) {
+            slot.re[PairLane(p)] = weighed.re[p][k];
+            slot.im[PairLane(p)] = weighed.im[p][k];
         }
-        data[position[k]] = weighted[0];
-        data[position[kHalfFftSize - k]] = weighted[1];
+    }
+    // DC and Nyquist share a slot: only their real parts count.
+    FftLanes& ends = data[position[0]];
+    ends.re[0] = ends.im[0] = 0.0f;
+    for (int p = 0; p < kPairNum; ++p) {
+        ends.re[PairLane(p)] = weighed.re[p][0];
+        ends.im[PairLane(p)] = weighed.re[p][kHalfFftSize];
     }
     RealFft_InverseTransform(plan);
 }
