@@ -3,7 +3,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <initializer_list>
 
 #include "gcc_phat_internal.h"
 
@@ -45,11 +44,15 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
 }
 
 // The first maximum and minimum of each lane over the indices it sees in increasing order,
-// for the two samples of a pair at once (entries 0..3 sample 2n, 4..7 sample 2n + 1). The
-// selections are bit masks, so they vectorise without branches.
+// for two neighbouring sample pairs at once: 16 entries, entry e is lane e % 4 of sample
+// 2 (e / 8) + (e / 4) % 2 counted from the first sample of the two pairs. The selections are
+// bit masks over one flat loop, so they vectorise without branches.
+constexpr int kChainEntries = 4 * kFftLanes;
+
 struct ExtremeChain {
-    float max_value[2 * kFftLanes], min_value[2 * kFftLanes];
-    int32_t max_index[2 * kFftLanes], min_index[2 * kFftLanes];
+    float max_value[kChainEntries], min_value[kChainEntries];
+    int32_t max_index[kChainEntries], min_index[kChainEntries];
+    int32_t offset[kChainEntries];
 
     static int32_t Select(int32_t mask, int32_t yes, int32_t no) { return (yes & mask) | (no & ~mask); }
     static float Select(int32_t mask, float yes, float no) {
@@ -61,22 +64,23 @@ struct ExtremeChain {
         std::memcpy(&out, &bits, sizeof(out));
         return out;
     }
-    void Start(const FftLanes& pair, int32_t j) {
-        const float* v = pair.re;
-        for (int l = 0; l < 2 * kFftLanes; ++l) {
-            max_value[l] = min_value[l] = v[l];
-            max_index[l] = min_index[l] = j + l / kFftLanes;
+    // v: the two pairs' 16 floats as they lie in memory; j: the index of their first sample.
+    void Start(const float* v, int32_t j) {
+        for (int e = 0; e < kChainEntries; ++e) {
+            offset[e] = 2 * (e / (2 * kFftLanes)) + e / kFftLanes % 2;
+            max_value[e] = min_value[e] = v[e];
+            max_index[e] = min_index[e] = j + offset[e];
         }
     }
-    void See(const FftLanes& pair, int32_t j) {
-        const float* v = pair.re;
-        for (int l = 0; l < 2 * kFftLanes; ++l) {
-            const int32_t higher = -static_cast<int32_t>(v[l] > max_value[l]);
-            const int32_t lower = -static_cast<int32_t>(v[l] < min_value[l]);
-            max_value[l] = Select(higher, v[l], max_value[l]);
-            max_index[l] = Select(higher, j + l / kFftLanes, max_index[l]);
-            min_value[l] = Select(lower, v[l], min_value[l]);
-            min_index[l] = Select(lower, j + l / kFftLanes, min_index[l]);
+    void See(const float* v, int32_t j) {
+        for (int e = 0; e < kChainEntries; ++e) {
+            const int32_t higher = -static_cast<int32_t>(v[e] > max_value[e]);
+            const int32_t lower = -static_cast<int32_t>(v[e] < min_value[e]);
+            const int32_t index = j + offset[e];
+            max_value[e] = Select(higher, v[e], max_value[e]);
+            max_index[e] = Select(higher, index, max_index[e]);
+            min_value[e] = Select(lower, v[e], min_value[e]);
+            min_index[e] = Select(lower, index, min_index[e]);
         }
     }
 };
@@ -120,28 +124,21 @@ void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
     RealFft_InverseTransform(plan);
 }
 
-// Two chains, over even and odd sample pairs, each tracking both samples of a pair: four
-// sequences with no dependency on one another. Merging them with the lower index winning
-// ties gives the first extreme of the whole sequence. Index j = 2m + s is sample s of pair
-// n = m + 64 (mod 128): lag j - 128.
+// One chain over neighbouring sample pairs, each step tracking four samples of every lane:
+// sixteen sequences with no dependency on one another. Merging them with the lower index
+// winning ties gives the first extreme of the whole sequence. Index j = 2m + s is sample s of
+// pair n = m + 64 (mod 128): lag j - 128; pairs m and m + 1 (m even) lie next to each other.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     const FftLanes* data = plan->data;
-    const auto pair = [&](int m) -> const FftLanes& { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; };
-    ExtremeChain even, odd;
-    even.Start(pair(0), 0);
-    odd.Start(pair(1), 2);
-    for (int m = 2; m < kHalfFftSize; m += 2) {
-        even.See(pair(m), 2 * m);
-        odd.See(pair(m + 1), 2 * m + 2);
-    }
+    const auto pairs = [&](int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize].re; };
+    ExtremeChain chain;
+    chain.Start(pairs(0), 0);
+    for (int m = 2; m < kHalfFftSize; m += 2) chain.See(pairs(m), 2 * m);
     PairExtremes extremes;
     for (int l = 0; l < kFftLanes; ++l) {
-        extremes.max_value[l] = extremes.min_value[l] = even.max_value[l];
+        extremes.max_value[l] = extremes.min_value[l] = chain.max_value[l];
         extremes.max_index[l] = extremes.min_index[l] = kRealFftSize;
-        for (const ExtremeChain* chain : {&even, &odd}) {
-            Fold(*chain, l, l, &extremes);
-            Fold(*chain, l + kFftLanes, l, &extremes);
-        }
+        for (int from = l; from < kChainEntries; from += kFftLanes) Fold(chain, from, l, &extremes);
     }
     return extremes;
 }
