@@ -26,11 +26,14 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
     const ComplexF* reference = frames.spectrum[0];
     for (int p = 0; p < kPairNum; ++p) {
         const ComplexF* other = frames.spectrum[p + 1];
-        for (int k = 0; k < kSpectrumBins; ++k) {
+        const auto cross = [&](int k) {
             const float a = reference[k].re, b = reference[k].im, c = other[k].re, d = other[k].im;
             out->re[p][k] = a * c + b * d;
             out->im[p][k] = b * c - a * d;
-        }
+        };
+        // The Nyquist bin on its own keeps the main loop a whole number of vectors long.
+        for (int k = 0; k < kHalfFftSize; ++k) cross(k);
+        cross(kHalfFftSize);
         for (int k = kSpectrumBins; k < kPaddedBins; ++k) out->re[p][k] = out->im[p][k] = 0.0f;
     }
     float* re = &out->re[0][0];
