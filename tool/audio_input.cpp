@@ -76,7 +76,8 @@ class SndfileSource : public BlockSource {
         const sf_count_t got = sf_readf_float(file_, frames_.data(), kBlockInstants);
         for (int n = 0; n < kBlockInstants; ++n) {
             for (int mic = 0; mic < kMicrophones; ++mic) {
-                block[n * kMicrophones + mic] = n < got ? ToInt16(frames_[n * info_.channels + map_[mic]]) : 0;
+                block[n * kMicrophones + mic] =
+                    n < got ? FullScaleToInt16(frames_[n * info_.channels + map_[mic]], clipped_) : 0;
             }
         }
         return static_cast<int>(got);
@@ -86,15 +87,6 @@ class SndfileSource : public BlockSource {
     int64_t ClippedSamples() const override { return clipped_; }
 
   private:
-    int16_t ToInt16(float sample) {
-        const double scaled = std::nearbyint(double(sample) * kInt16Scale);
-        if (scaled > kInt16Max || scaled < kInt16Min) {
-            ++clipped_;
-            return static_cast<int16_t>(scaled > 0 ? kInt16Max : kInt16Min);
-        }
-        return static_cast<int16_t>(scaled);
-    }
-
     SNDFILE* file_;
     SF_INFO info_;
     ChannelMap map_;
@@ -103,6 +95,15 @@ class SndfileSource : public BlockSource {
 };
 
 }  // namespace
+
+int16_t FullScaleToInt16(double sample, int64_t& clipped) {
+    const double scaled = std::nearbyint(sample * kInt16Scale);
+    if (scaled > kInt16Max || scaled < kInt16Min) {
+        ++clipped;
+        return static_cast<int16_t>(scaled > 0 ? kInt16Max : kInt16Min);
+    }
+    return static_cast<int16_t>(scaled);
+}
 
 std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options) {
     if (!options.raw && (options.raw_rate || options.raw_channels)) {

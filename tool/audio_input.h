@@ -18,6 +18,10 @@ struct AudioInputOptions {
     std::optional<std::string> map;       // --map, 1-based
 };
 
+// A sample in full-scale units (-1 ... 1) as the library's 16 bits: rounded to nearest, clipped
+// beyond full scale with a count in clipped. The value must be finite.
+int16_t FullScaleToInt16(double sample, int64_t& clipped);
+
 // Opens and checks the recording: it exists, is audio, has a supported rate and four usable
 // channels. Throws UsageError or RunError with the line to show.
 std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options);

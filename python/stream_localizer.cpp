@@ -1,0 +1,73 @@
+// Cutting arbitrary chunks into library blocks and blocks into voting periods.
+#include "stream_localizer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace ezossl_python {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr size_t kBlock = ezossl_tool::kBlockInstants;
+
+}  // namespace
+
+StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings)
+    : session_(settings), sample_rate_(settings.sample_rate), frames_per_vote_(settings.frames_per_vote) {}
+
+std::vector<PeriodRow> StreamLocalizer::Process(const int16_t* interleaved, size_t instants) {
+    std::vector<PeriodRow> periods;
+    while (instants > 0) {
+        const size_t take = std::min(instants, kBlock - pending_instants_);
+        std::copy_n(interleaved, take * EZOSSL_MIC_NUM, pending_.begin() + pending_instants_ * EZOSSL_MIC_NUM);
+        pending_instants_ += take;
+        interleaved += take * EZOSSL_MIC_NUM;
+        instants -= take;
+        if (pending_instants_ == kBlock) RunBlock(periods);
+    }
+    return periods;
+}
+
+std::vector<PeriodRow> StreamLocalizer::Flush() {
+    std::vector<PeriodRow> periods;
+    if (pending_instants_ > 0) {
+        std::fill(pending_.begin() + pending_instants_ * EZOSSL_MIC_NUM, pending_.end(), 0);
+        RunBlock(periods);
+    }
+    if (period_frames_ > 0) ClosePeriod(periods);
+    return periods;
+}
+
+std::vector<FrameRow> StreamLocalizer::TakeFrames() { return std::move(frames_); }
+
+void StreamLocalizer::RunBlock(std::vector<PeriodRow>& periods) {
+    const ezossl_tool::PairDelays delays = session_.Run(pending_);
+    if (keep_frames_) {
+        FrameRow frame{Seconds(frames_run_), {}};
+        for (size_t pair = 0; pair < delays.size(); ++pair) {
+            frame.delays[pair] = delays[pair] == EZOSSL_DELAY_REJECTED ? kNaN : delays[pair];
+        }
+        frames_.push_back(frame);
+    }
+    pending_instants_ = 0;
+    ++frames_run_;
+    if (++period_frames_ == frames_per_vote_) ClosePeriod(periods);
+}
+
+void StreamLocalizer::ClosePeriod(std::vector<PeriodRow>& periods) {
+    const ezossl_tool::PeriodDirection direction = session_.CloseVotingPeriod();
+    PeriodRow row;
+    row.start_s = Seconds(frames_run_ - period_frames_);
+    row.frames = period_frames_;
+    row.status = ezossl_tool::StatusName(direction.status);
+    row.direction_deg = direction.degrees ? *direction.degrees : kNaN;
+    periods.push_back(row);
+    period_frames_ = 0;
+}
+
+double StreamLocalizer::Seconds(int64_t frame) const {
+    return double(frame) * ezossl_tool::kBlockInstants / sample_rate_;
+}
+
+}  // namespace ezossl_python
