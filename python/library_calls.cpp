@@ -1,6 +1,7 @@
 // Forwarding captured library messages to Python's logging.
 #include "library_calls.h"
 
+#include <cctype>
 #include <sstream>
 
 namespace py = pybind11;
@@ -23,7 +24,7 @@ void LogLibraryMessages(const std::string& text) {
     const py::object logger = logging.attr("getLogger")("ezossl");
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
+        while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back()))) line.pop_back();
         if (!line.empty()) logger.attr("log")(LevelOf(line, logging), "%s", line);
     }
 }
