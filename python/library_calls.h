@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "console.h"
+#include "io/console.h"
 
 namespace ezossl_python {
 

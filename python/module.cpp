@@ -9,12 +9,12 @@
 #include <string>
 #include <utility>
 
-#include "audio_input.h"
-#include "errors.h"
+#include "analysis/library_facts.h"
+#include "analysis/library_options.h"
+#include "cli/errors.h"
+#include "io/audio_input.h"
 #include "library_calls.h"
-#include "library_options.h"
 #include "numpy_io.h"
-#include "sample_rates.h"
 #include "stream_localizer.h"
 
 namespace py = pybind11;
@@ -25,10 +25,13 @@ namespace {
 
 // The tool's checks name its options; Python callers know them by their keyword names.
 std::string WithKeywordNames(std::string text) {
-    static const std::pair<const char*, const char*> kNames[] = {
-        {"--distance CM", "distance_cm"}, {"--distance", "distance_cm"},   {"--array", "array"},
-        {"--temperature", "temperature"}, {"--threshold", "threshold_db"}, {"--frames-per-vote", "frames_per_vote"},
-        {"--map", "map"}};
+    static const std::pair<const char*, const char*> kNames[] = {{"--distance CM", "distance_cm"},
+                                                                 {"--distance", "distance_cm"},
+                                                                 {"--array", "array"},
+                                                                 {"--temperature", "temperature"},
+                                                                 {"--threshold", "threshold_db"},
+                                                                 {"--frames-per-vote", "frames_per_vote"},
+                                                                 {"--map", "map"}};
     for (const auto& [option, keyword] : kNames) {
         for (size_t at = text.find(option); at != std::string::npos; at = text.find(option, at)) {
             text.replace(at, std::string(option).size(), keyword);
@@ -41,8 +44,9 @@ std::string WithKeywordNames(std::string text) {
 std::string PositionsText(const py::handle& positions) {
     const auto cm = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(positions);
     if (!cm || cm.size() != 2 * EZOSSL_MIC_NUM || (cm.ndim() != 1 && !(cm.ndim() == 2 && cm.shape(1) == 2))) {
-        throw py::value_error("array must be \"uca\", \"ula\" or four (x, y) positions in cm, e.g. "
-                              "[(0, 0), (4, 0), (4, 4), (0, 4)]");
+        throw py::value_error(
+            "array must be \"uca\", \"ula\" or four (x, y) positions in cm, e.g. "
+            "[(0, 0), (4, 0), (4, 4), (0, 4)]");
     }
     std::string text;
     for (py::ssize_t i = 0; i < cm.size(); ++i) {
@@ -56,11 +60,11 @@ std::string PositionsText(const py::handle& positions) {
 struct Options {
     py::object array;
     std::optional<double> distance_cm;
-    int temperature = 25;
-    int threshold_db = -60;
-    int frames_per_vote = 32;
-    std::string method = "specified";
-    bool verbose = false;
+    int temperature;
+    int threshold_db;
+    int frames_per_vote;
+    std::string method;
+    bool verbose;
 };
 
 ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) {
@@ -111,7 +115,7 @@ class Localizer {
 
     int64_t ClippedSamples() const { return clipped_; }
     double PeriodSeconds() const {
-        return double(settings_.frames_per_vote) * ezossl_tool::kBlockInstants / settings_.sample_rate;
+        return double(settings_.frames_per_vote) * EZOSSL_POINT_NUMBER / settings_.sample_rate;
     }
 
   private:
@@ -182,12 +186,13 @@ PYBIND11_MODULE(ezossl, m) {
                           "A period is frames_per_vote blocks of 128 instants.")
         .def(py::init([](py::object array, std::optional<double> distance_cm, uint32_t rate, int temperature,
                          int threshold_db, int frames_per_vote, std::string method, bool verbose) {
-                 Options options{std::move(array), distance_cm, temperature, threshold_db, frames_per_vote,
-                                 std::move(method), verbose};
+                 Options options{std::move(array), distance_cm,       temperature, threshold_db,
+                                 frames_per_vote,  std::move(method), verbose};
                  return std::make_unique<Localizer>(std::move(options), rate);
              }),
-             "array"_a, py::kw_only(), "distance_cm"_a = py::none(), "rate"_a = 16000, "temperature"_a = 25,
-             "threshold_db"_a = -60, "frames_per_vote"_a = 32, "method"_a = "specified", "verbose"_a = false)
+             "array"_a, py::kw_only(), "distance_cm"_a = py::none(), "rate"_a = 16000,
+             "temperature"_a = ezossl_tool::kDefaultTemperatureC, "threshold_db"_a = ezossl_tool::kDefaultThresholdDb,
+             "frames_per_vote"_a = ezossl_tool::kDefaultFramesPerVote, "method"_a = "specified", "verbose"_a = false)
         .def("process", &Localizer::Process, "samples"_a,
              "Feeds an (n, 4) array (int16, or float in -1 ... 1), any n; instants short of a whole block wait "
              "for the next call. Returns the periods these samples complete: a structured array of start_s, "
@@ -208,12 +213,13 @@ PYBIND11_MODULE(ezossl, m) {
         "locate",
         [](const std::string& path, py::object array, std::optional<double> distance_cm, int temperature,
            int threshold_db, int frames_per_vote, std::string method, bool verbose, std::optional<std::string> map) {
-            Options options{std::move(array), distance_cm, temperature, threshold_db, frames_per_vote,
-                            std::move(method), verbose};
+            Options options{std::move(array), distance_cm,       temperature, threshold_db,
+                            frames_per_vote,  std::move(method), verbose};
             return Locate(path, std::move(options), std::move(map));
         },
-        "path"_a, py::kw_only(), "array"_a, "distance_cm"_a = py::none(), "temperature"_a = 25,
-        "threshold_db"_a = -60, "frames_per_vote"_a = 32, "method"_a = "specified", "verbose"_a = false,
+        "path"_a, py::kw_only(), "array"_a, "distance_cm"_a = py::none(),
+        "temperature"_a = ezossl_tool::kDefaultTemperatureC, "threshold_db"_a = ezossl_tool::kDefaultThresholdDb,
+        "frames_per_vote"_a = ezossl_tool::kDefaultFramesPerVote, "method"_a = "specified", "verbose"_a = false,
         "map"_a = py::none(),
         "Every period of a recording (anything libsndfile reads, at the file's rate), read and voted as "
         "`ezossl locate` does; map picks the microphones' channels, 1-based, e.g. \"3,4,5,6\". Same records "

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "audio_input.h"
+#include "io/audio_input.h"
 
 namespace py = pybind11;
 
@@ -26,8 +26,8 @@ std::vector<int16_t> FromFullScale(const py::array& array, int64_t& clipped) {
     const Float* in = samples.data();
     for (size_t i = 0; i < out.size(); ++i) {
         if (!std::isfinite(in[i])) {
-            throw py::value_error("samples must be finite; row " + std::to_string(i / EZOSSL_MIC_NUM) +
-                                  " holds " + std::to_string(in[i]));
+            throw py::value_error("samples must be finite; row " + std::to_string(i / EZOSSL_MIC_NUM) + " holds " +
+                                  std::to_string(in[i]));
         }
         out[i] = ezossl_tool::FullScaleToInt16(in[i], clipped);
     }
@@ -59,7 +59,8 @@ std::vector<int16_t> InterleavedInt16(const py::handle& samples, int64_t& clippe
 
 py::array PeriodArray(const std::vector<PeriodRow>& rows) {
     py::list records;
-    for (const PeriodRow& row : rows) records.append(py::make_tuple(row.start_s, row.frames, row.status, row.direction_deg));
+    for (const PeriodRow& row : rows)
+        records.append(py::make_tuple(row.start_s, row.frames, row.status, row.direction_deg));
     py::list fields;
     fields.append(py::make_tuple("start_s", "f8"));
     fields.append(py::make_tuple("frames", "i4"));

@@ -5,11 +5,13 @@
 #include <cmath>
 #include <limits>
 
+#include "analysis/library_facts.h"
+
 namespace ezossl_python {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr size_t kBlock = ezossl_tool::kBlockInstants;
+constexpr size_t kBlock = EZOSSL_POINT_NUMBER;
 
 }  // namespace
 
@@ -66,8 +68,6 @@ void StreamLocalizer::ClosePeriod(std::vector<PeriodRow>& periods) {
     period_frames_ = 0;
 }
 
-double StreamLocalizer::Seconds(int64_t frame) const {
-    return double(frame) * ezossl_tool::kBlockInstants / sample_rate_;
-}
+double StreamLocalizer::Seconds(int64_t frame) const { return double(frame) * EZOSSL_POINT_NUMBER / sample_rate_; }
 
 }  // namespace ezossl_python

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "block_source.h"
-#include "ssl_session.h"
+#include "analysis/ssl_session.h"
+#include "io/block_source.h"
 
 namespace ezossl_python {
 
@@ -16,12 +16,12 @@ struct PeriodRow {
     double start_s = 0.0;
     int frames = 0;
     std::string status;
-    double direction_deg = 0.0;   // NaN without a direction
+    double direction_deg = 0.0;  // NaN without a direction
 };
 
 struct FrameRow {
     double start_s = 0.0;
-    std::array<double, EZOSSL_PAIR_NUM> delays{};   // whole samples; NaN when the pair was rejected
+    std::array<double, EZOSSL_PAIR_NUM> delays{};  // whole samples; NaN when the pair was rejected
 };
 
 // One library instance fed block by block. Instants that do not fill a block wait for the next

@@ -25,8 +25,8 @@ def tool_rows(path, *args):
 
 def rows(records):
     """The module's records as the tool prints them: start_s to the millisecond, None for NaN."""
-    return [(round(float(r["start_s"]), 3), str(r["status"]), None if np.isnan(r["direction_deg"]) else int(r["direction_deg"]))
-            for r in records]
+    return [(round(float(r["start_s"]), 3), str(r["status"]),
+             None if np.isnan(r["direction_deg"]) else int(r["direction_deg"])) for r in records]
 
 
 def read_wav(path):

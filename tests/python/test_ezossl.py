@@ -54,7 +54,8 @@ def test_locate_gives_the_rows_of_the_tool(tmp_path, tool_args, options, method)
      "samples must be an (n, 4) array, one column per microphone; got shape (8, 3)"),
     (lambda: ezossl.Localizer(**UCA).process(np.zeros((8, 4), np.int32)), ValueError,
      "samples must be int16, or float32/float64 in -1 ... 1; got int32"),
-    (lambda: ezossl.Localizer(**UCA).delays(np.full((8, 4), np.nan)), ValueError, "samples must be finite; row 0 holds nan"),
+    (lambda: ezossl.Localizer(**UCA).delays(np.full((8, 4), np.nan)), ValueError,
+     "samples must be finite; row 0 holds nan"),
     (lambda: ezossl.locate("missing.wav", **UCA), OSError, 'cannot open "missing.wav": no such file (check the path)'),
     (lambda: ezossl.Localizer(**FLOAT_COINCIDENT), ezossl.LibraryError,
      "the library refused EzoSsl_Set_ArbitraryShape (INVALID_ARRAY_POS): "

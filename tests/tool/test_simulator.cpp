@@ -9,9 +9,6 @@
 namespace ezossl_tool_test {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kSpeedOfSound = 346.0;   // 25 deg C
-
 std::vector<double> Channel(const Audio& audio, int channel) {
     std::vector<double> samples;
     for (size_t i = channel; i < audio.samples.size(); i += audio.channels) samples.push_back(audio.samples[i]);

@@ -3,11 +3,9 @@
 
 #include <sndfile.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace ezossl_tool_test {
@@ -17,13 +15,6 @@ std::string ShellQuoted(const std::string& text) {
     std::string quoted = "'";
     for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted + "'";
-}
-
-std::string Slurp(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
 }
 
 }  // namespace
@@ -112,26 +103,15 @@ bool IsWellFormedSvg(const std::string& path) {
     return std::system(check.c_str()) == 0;
 }
 
-void ToolTest::SetUp() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ezossl-tool-test-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-}
-
-void ToolTest::TearDown() {
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
-}
-
 RunResult ToolTest::Run(const std::vector<std::string>& args) const {
-    std::string command = "cd " + ShellQuoted(dir_) + " && exec " + ShellQuoted(EZOSSL_BINARY);
+    std::string command = "cd " + ShellQuoted(dir_.path()) + " && exec " + ShellQuoted(EZOSSL_BINARY);
     for (const std::string& arg : args) command += " " + ShellQuoted(arg);
     command += " >" + ShellQuoted(Path(".stdout")) + " 2>" + ShellQuoted(Path(".stderr")) + " </dev/null";
     const int status = std::system(command.c_str());
     RunResult result;
     result.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = Slurp(Path(".stdout"));
-    result.err = Slurp(Path(".stderr"));
+    result.out = ReadFile(".stdout");
+    result.err = ReadFile(".stderr");
     std::filesystem::remove(Path(".stdout"));
     std::filesystem::remove(Path(".stderr"));
     return result;
@@ -143,12 +123,6 @@ RunResult ToolTest::RunOk(const std::vector<std::string>& args) const {
     for (const std::string& arg : args) line += " " + arg;
     EXPECT_EQ(result.exit_code, 0) << line << "\n" << result.err;
     return result;
-}
-
-std::string ToolTest::ReadFile(const std::string& name) const { return Slurp(Path(name)); }
-
-void ToolTest::WriteFile(const std::string& name, const std::string& content) const {
-    std::ofstream(Path(name), std::ios::binary) << content;
 }
 
 bool ToolTest::Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }

@@ -1,4 +1,4 @@
-// Helpers for the tool's end-to-end tests: running the binary, temporary folders, CSV and audio files.
+// Helpers for the tool's end-to-end tests: running the binary in a temporary folder, CSV and audio files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,7 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "test_support.h"
+
 namespace ezossl_tool_test {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kSpeedOfSound = 346.0;   // m/s at 25 deg C, the default of every command
 
 struct RunResult {
     int exit_code = -1;
@@ -45,19 +50,16 @@ bool IsWellFormedSvg(const std::string& path);
 // Each test gets its own temporary folder, where the binary runs.
 class ToolTest : public ::testing::Test {
   protected:
-    void SetUp() override;
-    void TearDown() override;
-
-    std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+    std::string Path(const std::string& name) const { return dir_.File(name); }
     RunResult Run(const std::vector<std::string>& args) const;
     // Runs and expects success; on failure the test stops with the tool's error output.
     RunResult RunOk(const std::vector<std::string>& args) const;
-    std::string ReadFile(const std::string& name) const;
-    void WriteFile(const std::string& name, const std::string& content) const;
+    std::string ReadFile(const std::string& name) const { return ezossl_test::ReadFile(Path(name)); }
+    void WriteFile(const std::string& name, const std::string& content) const { dir_.Write(name, content); }
     bool Exists(const std::string& name) const;
 
   private:
-    std::string dir_;
+    ezossl_test::TempDir dir_;
 };
 
 }  // namespace ezossl_tool_test

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "audio_input.h"
-#include "library_options.h"
+#include "analysis/library_options.h"
+#include "io/audio_input.h"
 
 namespace ezossl_tool {
 
@@ -42,7 +42,7 @@ struct SimulateOptions {
     std::string room = "5x4x3";
     double source_distance_m = 1.5;
     double level_dbfs = -26.0;
-    double temperature_c = 25.0;
+    double temperature_c = kDefaultTemperatureC;
     uint64_t seed = 1;
 };
 

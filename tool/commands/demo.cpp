@@ -1,15 +1,15 @@
 // ezossl demo: a default scene simulated, localised by the library and scored against its truth.
-#include "accuracy.h"
-#include "block_source.h"
-#include "commands.h"
-#include "console.h"
-#include "errors.h"
-#include "localizer.h"
-#include "number_format.h"
-#include "output_file.h"
-#include "report.h"
-#include "scene.h"
-#include "svg_plot.h"
+#include "analysis/accuracy.h"
+#include "analysis/localizer.h"
+#include "cli/errors.h"
+#include "commands/commands.h"
+#include "io/block_source.h"
+#include "io/console.h"
+#include "io/output_file.h"
+#include "report/number_format.h"
+#include "report/report.h"
+#include "report/svg_plot.h"
+#include "simulation/scene.h"
 
 namespace ezossl_tool {
 namespace {
@@ -17,8 +17,8 @@ namespace {
 // A typical smart-speaker set-up: 6.5 cm circular array at 16 kHz in an ordinary room.
 constexpr double kDiameterCm = 6.5;
 constexpr uint32_t kRate = 16000;
-// Each position lasts eight voting periods of 32 frames, so periods do not straddle moves.
-constexpr double kDwellSeconds = 8 * 32 * 128 / double(kRate);
+// Each position lasts eight voting periods, so periods do not straddle moves.
+constexpr double kDwellSeconds = 8 * kDefaultFramesPerVote * EZOSSL_POINT_NUMBER / double(kRate);
 constexpr double kAzimuths[] = {0, 90, 180, -90, 45, 135, 225, -45};
 constexpr double kSnrDb = 20.0;
 constexpr double kRt60 = 0.3;

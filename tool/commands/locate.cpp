@@ -1,13 +1,13 @@
 // ezossl locate / ezossl delays: a recording through the library, directions or delays out.
 #include <memory>
 
-#include "accuracy.h"
-#include "commands.h"
-#include "console.h"
-#include "errors.h"
-#include "output_file.h"
-#include "report.h"
-#include "svg_plot.h"
+#include "analysis/accuracy.h"
+#include "cli/errors.h"
+#include "commands/commands.h"
+#include "io/console.h"
+#include "io/output_file.h"
+#include "report/report.h"
+#include "report/svg_plot.h"
 
 namespace ezossl_tool {
 namespace {

@@ -1,14 +1,14 @@
 // ezossl simulate: a four-channel recording of a scene with known truth, and the truth as CSV.
 #include <cmath>
 
-#include "audio_output.h"
-#include "commands.h"
-#include "console.h"
-#include "errors.h"
-#include "number_format.h"
-#include "output_file.h"
-#include "sample_rates.h"
-#include "scene.h"
+#include "analysis/library_facts.h"
+#include "cli/errors.h"
+#include "commands/commands.h"
+#include "io/audio_output.h"
+#include "io/console.h"
+#include "io/output_file.h"
+#include "report/number_format.h"
+#include "simulation/scene.h"
 
 namespace ezossl_tool {
 namespace {
@@ -76,7 +76,7 @@ int RunSimulate(const SimulateOptions& options) {
     OutputFile truth(truth_path);
 
     const RenderedScene scene = RenderScene(setup);
-    WriteWav16(wav.TemporaryPath(), scene.interleaved, kMicrophones, setup.sample_rate);
+    WriteWav16(wav.TemporaryPath(), scene.interleaved, EZOSSL_MIC_NUM, setup.sample_rate);
     truth.WriteText(scene.truth.ToCsv());
     wav.Commit();
     truth.Commit();

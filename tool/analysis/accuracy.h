@@ -1,0 +1,39 @@
+// Comparing the library's directions with the truth: per-period errors and a summary.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analysis/localizer.h"
+#include "analysis/truth_track.h"
+
+namespace ezossl_tool {
+
+// Accuracy thresholds of the summary: a near miss, and the library's own candidate spacing.
+constexpr double kCloseDeg = 10.0;
+constexpr double kCandidateSpacingDeg = 22.5;
+
+struct PeriodTruth {
+    double truth_deg = 0.0;              // as the array can report it (folded for a line)
+    std::optional<double> error_deg;     // estimate - truth, only with a direction
+};
+
+// The truth at the middle of the period, and the error of its direction if it has one.
+PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
+                             bool linear);
+
+struct AccuracySummary {
+    int periods = 0;
+    int with_direction = 0;
+    int within_close = 0;
+    int within_candidate = 0;
+    double mean_abs_error_deg = 0.0;
+};
+
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear);
+
+// Human-readable summary lines: counts per status, then accuracy when there is a truth.
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear);
+
+}  // namespace ezossl_tool

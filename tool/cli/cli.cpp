@@ -1,0 +1,135 @@
+// CLI11 definitions of the subcommands; every option maps onto one field of commands.h.
+#include "cli/cli.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+#include "cli/errors.h"
+#include "commands/commands.h"
+
+#ifndef EZOSSL_TOOL_VERSION
+#define EZOSSL_TOOL_VERSION "unknown"
+#endif
+
+namespace ezossl_tool {
+namespace {
+
+void AddArrayOptions(CLI::App& command, ArrayOptions& options) {
+    command.add_option("--array", options.array,
+                       "ula, uca, or four microphone positions x,y in cm in channel order, e.g. \"0,0 4,0 4,4 0,4\"")
+        ->required();
+    command.add_option("--distance", options.distance_cm, "cm: ula spacing of neighbouring microphones, uca diameter");
+}
+
+void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
+    AudioInputOptions& input = options.input;
+    command.add_option("FILE", input.path, "4-channel recording (WAV, FLAC, ... or headerless PCM with --raw)")
+        ->required();
+    AddArrayOptions(command, options.array);
+    command.add_option("--map", input.map, "channels of microphones 0-3, 1-based, e.g. 1,2,3,4");
+    command.add_flag("--raw", input.raw, "FILE is headerless interleaved little-endian PCM");
+    command.add_option("--rate", input.raw_rate, "with --raw: sample rate in Hz");
+    command.add_option("--channels", input.raw_channels, "with --raw: channels per sample instant");
+    command.add_option("--bits", input.raw_bits, "with --raw: 16 or 32-bit integers")->capture_default_str();
+    LibraryOptions& library = options.library;
+    command.add_option("--temperature", library.temperature_c, "air temperature in deg C, 0 to 60")->capture_default_str();
+    command.add_option("--threshold", library.threshold_db, "level threshold in dB, -80 to 0")->capture_default_str();
+    command.add_option("--frames-per-vote", library.frames_per_vote, "frames of 128 samples per voting period")
+        ->capture_default_str();
+    command.add_option("--gain", library.gain_db, "digital gain in dB applied to each block first, -120 to 120");
+    command.add_option("--bf-mode", library.bf_mode, "library bf_mode: 0 directions, 1 delays only")
+        ->capture_default_str();
+    command.add_option("--format", options.format, "table, csv or json (JSON lines)")->capture_default_str();
+}
+
+void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
+    command.add_option("OUT", options.output, "4-channel 16-bit WAV file to write")->required();
+    command.add_option("--truth", options.truth, "ground-truth CSV to write (default: OUT with .truth.csv)");
+    AddArrayOptions(command, options.array);
+    command.add_option("--rate", options.rate, "sample rate in Hz (8000, 16000, 32000 or 48000)")->capture_default_str();
+    command.add_option("--duration", options.duration_s, "seconds (default 5, or the length of --signal-file)");
+    auto* signal = command.add_option("--signal", options.signal, "white, pink, speech (band noise) or tone")
+                       ->capture_default_str();
+    command.add_option("--signal-file", options.signal_file, "a recording as the source (mixed to mono)")
+        ->excludes(signal);
+    command.add_option("--tone", options.tone_hz, "tone frequency in Hz")->capture_default_str();
+    auto* azimuth = command.add_option("--azimuth", options.azimuth_deg, "fixed source azimuth in degrees (default 0)");
+    auto* sweep = command.add_option("--sweep", options.sweep, "FROM:TO degrees over the whole duration")->excludes(azimuth);
+    command.add_option("--path", options.path, "T:AZ,T:AZ,... seconds:degrees, each held until the next")
+        ->excludes(azimuth)
+        ->excludes(sweep);
+    command.add_option("--snr", options.snr_db, "sensor noise: signal-to-noise ratio in dB (default none)");
+    auto* rt60 = command.add_option("--rt60", options.rt60_s, "reverberation time in s: renders a room (default anechoic)");
+    command.add_option("--room", options.room, "room size LxWxH in metres")->capture_default_str()->needs(rt60);
+    command.add_option("--source-distance", options.source_distance_m, "metres from the array centre, in a room")
+        ->capture_default_str()
+        ->needs(rt60);
+    command.add_option("--level", options.level_dbfs, "source RMS at the microphones in dBFS")->capture_default_str();
+    command.add_option("--temperature", options.temperature_c, "air temperature in deg C")->capture_default_str();
+    command.add_option("--seed", options.seed, "random seed of the noise")->capture_default_str();
+}
+
+}  // namespace
+
+struct CommandLine::Parts {
+    CLI::App app{"ezossl: sound-source localisation with a four-microphone array", "ezossl"};
+    bool show_library_messages = false;
+    AnalyseOptions locate, delays;
+    SimulateOptions simulate;
+    DemoOptions demo;
+    CLI::App* locate_command = nullptr;
+    CLI::App* delays_command = nullptr;
+    CLI::App* simulate_command = nullptr;
+    CLI::App* demo_command = nullptr;
+};
+
+CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
+    CLI::App& app = parts_->app;
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "ezossl " EZOSSL_TOOL_VERSION);
+    app.add_flag("--verbose", parts_->show_library_messages, "show the library's own messages on standard error");
+
+    parts_->locate_command = app.add_subcommand("locate", "directions of a recording, one row per voting period");
+    AddAnalyseOptions(*parts_->locate_command, parts_->locate);
+    parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
+    parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
+
+    parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
+    AddAnalyseOptions(*parts_->delays_command, parts_->delays);
+
+    parts_->simulate_command = app.add_subcommand("simulate", "write a 4-channel recording of a scene with known truth");
+    AddSimulateOptions(*parts_->simulate_command, parts_->simulate);
+
+    parts_->demo_command = app.add_subcommand("demo", "simulate a default scene, localise it and score the result");
+    parts_->demo_command->add_option("--plot", parts_->demo.plot, "SVG file to write")->capture_default_str();
+}
+
+CommandLine::~CommandLine() = default;
+
+int CommandLine::Parse(int argc, char** argv) {
+    try {
+        parts_->app.parse(argc, argv);
+        return -1;
+    } catch (const CLI::Success& success) {
+        return parts_->app.exit(success);   // help or version, on standard output
+    } catch (const CLI::ParseError& error) {
+        std::string help = "ezossl --help";
+        for (const CLI::App* command : parts_->app.get_subcommands({})) {
+            if (command->parsed()) help = "ezossl " + command->get_name() + " --help";
+        }
+        std::fprintf(stderr, "ezossl: error: %s (see %s)\n", error.what(), help.c_str());
+        return kExitUsage;
+    }
+}
+
+bool CommandLine::ShowLibraryMessages() const { return parts_->show_library_messages; }
+
+int CommandLine::Run() {
+    if (parts_->locate_command->parsed()) return RunLocate(parts_->locate);
+    if (parts_->delays_command->parsed()) return RunDelays(parts_->delays);
+    if (parts_->simulate_command->parsed()) return RunSimulate(parts_->simulate);
+    return RunDemo(parts_->demo);
+}
+
+}  // namespace ezossl_tool

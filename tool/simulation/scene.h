@@ -1,0 +1,40 @@
+// A simulated recording with known truth: one source, the array, optional room and sensor noise.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "analysis/array_geometry.h"
+#include "analysis/library_facts.h"
+#include "analysis/truth_track.h"
+#include "simulation/room_acoustics.h"
+#include "simulation/source_signal.h"
+#include "simulation/trajectory.h"
+
+namespace ezossl_tool {
+
+struct SceneSetup {
+    ArrayDescription array;
+    uint32_t sample_rate = 16000;
+    double duration_s = 5.0;
+    SourceSignal source;
+    Trajectory trajectory = Trajectory::Fixed(0.0);
+    std::optional<double> snr_db;        // none: no sensor noise
+    std::optional<Room> room;            // none: anechoic far field (plane waves)
+    double source_distance_m = 1.5;      // only in a room
+    double level_dbfs = -26.0;           // RMS of the source at the microphones
+    double temperature_c = kDefaultTemperatureC;   // sets the speed of sound
+    uint64_t seed = 1;
+};
+
+struct RenderedScene {
+    std::vector<int16_t> interleaved;    // four channels, microphone order
+    TruthTrack truth;                    // the azimuth rendered from each time on
+    int64_t clipped_samples = 0;
+};
+
+// Renders the scene; throws UsageError for scenes that cannot exist (source outside the room...).
+RenderedScene RenderScene(const SceneSetup& setup);
+
+}  // namespace ezossl_tool
