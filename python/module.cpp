@@ -177,6 +177,7 @@ PYBIND11_MODULE(ezossl, m) {
         "\"ezossl\" logger. Processing releases the GIL. One Localizer must not be used from two "
         "threads at once; different ones may (their library calls take turns, since the library's "
         "messages are caught on the process's one standard output).";
+    m.attr("__version__") = EZOSSL_PYTHON_VERSION;
     RegisterErrors(m);
 
     py::class_<Localizer>(m, "Localizer",
