@@ -2,8 +2,9 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(FILES ${PROJECT_SOURCE_DIR}/include/ezossl.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS ezossl_shared ezossl_static EXPORT ezosslTargets
+install(FILES ${PROJECT_SOURCE_DIR}/include/ezossl.h ${PROJECT_SOURCE_DIR}/include/ezossl_srp.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS ezossl_shared ezossl_static ezossl_srp_shared ezossl_srp_static EXPORT ezosslTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -21,4 +22,6 @@ install(FILES ${PROJECT_BINARY_DIR}/ezosslConfig.cmake ${PROJECT_BINARY_DIR}/ezo
 file(RELATIVE_PATH EZOSSL_PC_TO_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" EZOSSL_PC_TO_PREFIX "${EZOSSL_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ezossl.pc.in ${PROJECT_BINARY_DIR}/ezossl.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ezossl-srp.pc.in ${PROJECT_BINARY_DIR}/ezossl-srp.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc ${PROJECT_BINARY_DIR}/ezossl-srp.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,7 +1,8 @@
 // The library allocates nothing for an instance: Init, Reset and the transforms stay off the heap.
+#include <ezossl_srp.h>
+
 #include <vector>
 
-#include "common/fft.h"
 #include "core/ssl_handle.h"
 #include "counting_malloc.h"
 #include "test_support.h"
@@ -31,20 +32,7 @@ TEST(Allocation, InitResetAndFreeUseOnlyTheCallersBuffer) {
     EXPECT_EQ(counts.frees, 0u);
 }
 
-TEST(Allocation, TransformsAllocateNothing) {
-    WorkingBuffer buffer;
-    SslHandle* handle = InitQuietly(buffer, DefaultInit());
-    const HeapCounts counts = HeapCallsOf([&] {
-        for (int i = 0; i < 10; ++i) {
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftForward, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
-            ezossl::Qel_rdft(&handle->fft, 256, ezossl::kFftInverse, handle->fft_buffer, handle->fft_work[0],
-                             handle->fft_work[1]);
-        }
-    });
-    EXPECT_EQ(counts.allocations, 0u);
-}
-
+// Every per-frame path, the transforms included.
 TEST(Allocation, VotingPeriodsAllocateNothing) {
     WorkingBuffer buffer;
     SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1, 8);
@@ -63,6 +51,25 @@ TEST(Allocation, VotingPeriodsAllocateNothing) {
         }
     });
     EXPECT_EQ(counts.allocations, 0u);
+}
+
+TEST(Allocation, SrpInitPeriodsAndResetAllocateNothing) {
+    std::vector<uint32_t> words(EzoSslSrp_GetBufferSize() / 4 + 1);
+    const EzoSslSrpSetup setup = {16000, {-3.25f, 0, 0, 3.25f, 3.25f, 0, 0, -3.25f}, 25.0f, 8, 0, 0, -80.0f};
+    std::vector<int16_t> block(512);
+    for (size_t i = 0; i < block.size(); ++i) block[i] = static_cast<int16_t>((i * 7919) % 20000 - 10000);
+    const HeapCounts counts = HeapCallsOf([&] {
+        uint32_t status = 0;
+        EzoSslSrp* srp = EzoSslSrp_Init(words.data(), &setup, &status);
+        EzoSslSrpResult result;
+        for (int period = 0; period < 3; ++period) {
+            for (int b = 0; b < 8; ++b) EzoSslSrp_Process(srp, block.data());
+            EzoSslSrp_GetDirection(srp, &result);
+        }
+        EzoSslSrp_Reset(srp);
+    });
+    EXPECT_EQ(counts.allocations, 0u);
+    EXPECT_EQ(counts.frees, 0u);
 }
 
 TEST(Allocation, ReadingALevelFileReleasesEverythingItAllocates) {

@@ -12,9 +12,9 @@ namespace {
 
 std::array<int32_t, 3> SearchBlock(SslHandle* handle, const Channels& channels) {
     const auto block = InterleaveBlock(channels, 0);
-    ezossl::InputBlock_Append(handle, block.data());
+    ezossl::InputBlock_Append(block.data(), handle->dump_block, handle->frames, handle->asdf);
     std::array<int32_t, 3> delays{};
-    ezossl::Asdf_EstimateDelays(handle, delays.data());
+    ezossl::Asdf_EstimateDelays(handle->asdf, handle->max_delay, delays.data());
     return delays;
 }
 

@@ -64,7 +64,7 @@ const std::vector<ApiFunction>& Functions() {
 // the shape calls, which need Run not entered, get run_flag 2 back.
 SslHandle* ReadyFor(WorkingBuffer& buffer, const ApiFunction& f) {
     SslHandle* h = ReadyHandle(buffer, DefaultInit(), 1);
-    h->run_flag = (f.needs & kNotRunning) ? 2 : 1;
+    h->flags.run_flag = (f.needs & kNotRunning) ? 2 : 1;
     return h;
 }
 
@@ -120,24 +120,24 @@ TEST(CallOrder, NullDataPointersAreRefusedBeforeTheFlagsWhateverTheLevel) {
 TEST(CallOrder, EachMissingStepIsNamedWithTheCallersHead) {
     const struct {
         Needs need;
-        int32_t SslHandle::*flag;
+        int32_t ezossl::CallOrder::*flag;
         int32_t missing;
         uint32_t status;
         const char* format;
     } steps[] = {
-        {kInit, &SslHandle::init_flag, 0, SSL_RET_INIT_ERROR, "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Init first!\t\n"},
-        {kConfig, &SslHandle::config_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kInit, &ezossl::CallOrder::init_flag, 0, SSL_RET_INIT_ERROR, "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Init first!\t\n"},
+        {kConfig, &ezossl::CallOrder::config_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSSL_Config first!\t\n"},
-        {kShape, &SslHandle::shape_flag, 2, SSL_RET_CALL_ORDER_ERROR,
+        {kShape, &ezossl::CallOrder::shape_flag, 2, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Set_Shape first!\t\n"},
-        {kParams, &SslHandle::params_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kParams, &ezossl::CallOrder::params_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Cal_Params first!\t\n"},
-        {kRunDone, &SslHandle::run_flag, 0, SSL_RET_CALL_ORDER_ERROR,
+        {kRunDone, &ezossl::CallOrder::run_flag, 0, SSL_RET_CALL_ORDER_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Please call EzoSsl_Run first!\t\n"},
-        {kNotRunning, &SslHandle::run_flag, 1, SSL_RET_RUN_STATE_ERROR,
+        {kNotRunning, &ezossl::CallOrder::run_flag, 1, SSL_RET_RUN_STATE_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
         // A refused Run freezes the geometry as well.
-        {kNotRunning, &SslHandle::run_flag, 0, SSL_RET_RUN_STATE_ERROR,
+        {kNotRunning, &ezossl::CallOrder::run_flag, 0, SSL_RET_RUN_STATE_ERROR,
          "[ALGO_MSG_ERR] %s Fail! Can't not change %s during run process!\t\n"},
     };
     for (const ApiFunction& f : Functions()) {
@@ -145,7 +145,7 @@ TEST(CallOrder, EachMissingStepIsNamedWithTheCallersHead) {
             if (!(f.needs & step.need)) continue;
             WorkingBuffer buffer;
             SslHandle* h = ReadyFor(buffer, f);
-            h->*step.flag = step.missing;
+            h->flags.*step.flag = step.missing;
             const GeometrySnapshot before(h);
             const Printed result = Call([&] { return f.call(h); });
             EXPECT_TRUE(GeometrySnapshot(h) == before) << f.name;
@@ -167,19 +167,19 @@ TEST(CallOrder, CorruptHandlesAreRefusedByTheCommonCheck) {
     } corruptions[] = {
         {"magic", [](SslHandle* h) { std::memcpy(h->handle_magic, "W0Q1", 4); }, SSL_RET_INVALID_HANDLE,
          "[ALGO_MSG_ERR] [BF][%s] Fail! The handle pointer seems to be dirty!!\r\n"},
-        {"point number", [](SslHandle* h) { h->point_number = 256; }, SSL_RET_INVALID_POINT_NUMBER,
+        {"point number", [](SslHandle* h) { h->settings.point_number = 256; }, SSL_RET_INVALID_POINT_NUMBER,
          "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
-        {"mic number", [](SslHandle* h) { h->mic_num = 2; }, SSL_RET_INVALID_MIC_NUMBER,
+        {"mic number", [](SslHandle* h) { h->settings.mic_num = 2; }, SSL_RET_INVALID_MIC_NUMBER,
          "[ALGO_MSG_ERR] [BF][%s] Fail! This library only support 4 Microphones!!\r\n"},
         {"all three (point number first)",
-         [](SslHandle* h) { std::memset(h->handle_magic, 0x55, 4); h->point_number = 1; h->mic_num = 1; },
+         [](SslHandle* h) { std::memset(h->handle_magic, 0x55, 4); h->settings.point_number = 1; h->settings.mic_num = 1; },
          SSL_RET_INVALID_POINT_NUMBER, "[ALGO_MSG_ERR] [BF] [%s] Fail! This library only support 128 point number!!\r\n"},
     };
     for (const auto& c : corruptions) {
         for (const ApiFunction& f : Functions()) {
             WorkingBuffer buffer;
             SslHandle* h = ReadyFor(buffer, f);
-            h->shape_flag = (f.needs & kShape) ? 1 : 2;  // no overwrite warning before the check
+            h->flags.shape_flag = (f.needs & kShape) ? 1 : 2;  // no overwrite warning before the check
             const GeometrySnapshot before(h);
             c.corrupt(h);
             const Printed result = Call([&] { return f.call(h); });
@@ -194,23 +194,23 @@ TEST(CallOrder, RefusalsLeaveTheEntryFlagsFailed) {
     // These flags are cleared on entry, before the checks, and stay cleared after a refusal.
     const struct {
         const char* name;
-        int32_t SslHandle::*flag;
+        int32_t ezossl::CallOrder::*flag;
         int32_t after;
     } cases[] = {
-        {"Config", &SslHandle::config_flag, 0},     {"Set_Shape", &SslHandle::shape_flag, 0},
-        {"Set_ArbitraryShape", &SslHandle::shape_flag, 0}, {"Cal_Params", &SslHandle::params_flag, 0},
-        {"Run", &SslHandle::run_flag, 0},           {"Get_Direction", &SslHandle::direction_flag, 0},
-        {"Reset_Mapping", &SslHandle::mapping_flag, 0},
+        {"Config", &ezossl::CallOrder::config_flag, 0},     {"Set_Shape", &ezossl::CallOrder::shape_flag, 0},
+        {"Set_ArbitraryShape", &ezossl::CallOrder::shape_flag, 0}, {"Cal_Params", &ezossl::CallOrder::params_flag, 0},
+        {"Run", &ezossl::CallOrder::run_flag, 0},           {"Get_Direction", &ezossl::CallOrder::direction_flag, 0},
+        {"Reset_Mapping", &ezossl::CallOrder::mapping_flag, 0},
     };
     for (const auto& c : cases) {
         const ApiFunction& f = *std::find_if(Functions().begin(), Functions().end(),
                                              [&](const ApiFunction& g) { return c.name == std::string(g.name); });
         WorkingBuffer buffer;
         SslHandle* h = ReadyFor(buffer, f);
-        h->shape_flag = (f.needs & kShape) ? 1 : 2;  // a first shape call
-        h->mic_num = 3;                                   // refused by the handle check
+        h->flags.shape_flag = (f.needs & kShape) ? 1 : 2;  // a first shape call
+        h->settings.mic_num = 3;                                   // refused by the handle check
         EXPECT_NE(Call([&] { return f.call(h); }).status, SSL_RET_OK) << c.name;
-        EXPECT_EQ(h->*c.flag, c.after) << c.name;
+        EXPECT_EQ(h->flags.*c.flag, c.after) << c.name;
     }
 }
 

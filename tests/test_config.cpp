@@ -26,8 +26,8 @@ TEST(Config, LevelThresholdIsClampedAndItsAmplitudeLookedUp) {
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
     for (const auto& c : cases) {
         ASSERT_EQ(Configure(handle, 25, c.given, 32), SSL_RET_OK);
-        EXPECT_EQ(handle->level_threshold_db, c.stored) << c.given;
-        EXPECT_EQ(handle->level_threshold_amplitude, c.amplitude) << c.given;
+        EXPECT_EQ(handle->settings.level_threshold_db, c.stored) << c.given;
+        EXPECT_EQ(handle->settings.level_threshold_amplitude, c.amplitude) << c.given;
         SslConfig back{};
         ASSERT_EQ(EzoSsl_Get_Config(handle, &back), SSL_RET_OK);
         EXPECT_EQ(back.level_threshold_db, c.stored) << "read back the clamped value";
@@ -67,30 +67,30 @@ TEST(Config, ChangingTheVotingLengthWarnsAndSchedulesAVoteReset) {
 
     ASSERT_EQ(Configure(handle, 25, -80, 32, &out), SSL_RET_OK);
     EXPECT_EQ(out, "") << "same length as the default";
-    EXPECT_EQ(handle->voting_reset_pending, 0);
+    EXPECT_EQ(handle->flags.voting_reset_pending, 0);
 
     ASSERT_EQ(Configure(handle, 25, -80, 50, &out), SSL_RET_OK);
     EXPECT_EQ(out, "[ALGO_MSG_WRN]  [SSL] [Config] Warning! The voting number direction_frame_num has been change!\t\n");
-    EXPECT_EQ(handle->voting_reset_pending, 1);
-    EXPECT_EQ(handle->previous_direction_frame_num, 50);
+    EXPECT_EQ(handle->flags.voting_reset_pending, 1);
+    EXPECT_EQ(handle->settings.previous_direction_frame_num, 50);
 
     // Re-sending the same length withdraws the pending reset.
     ASSERT_EQ(Configure(handle, 25, -80, 50, &out), SSL_RET_OK);
     EXPECT_EQ(out, "");
-    EXPECT_EQ(handle->voting_reset_pending, 0);
+    EXPECT_EQ(handle->flags.voting_reset_pending, 0);
 }
 
 TEST(Config, VoteGatesScaleWithWholeMultiplesOf32Frames) {
     const struct {
         int32_t frames;
         int32_t factor;
-    } cases[] = {{16, 0}, {31, 0}, {32, 1}, {63, 1}, {64, 2}, {100, 3}, {0, 0}};
+    } cases[] = {{16, 0}, {31, 0}, {32, 1}, {63, 1}, {64, 2}, {100, 3}, {0, 0}};  // 32: the Init default
     const int32_t base[10] = {2, 4, 4, 4, 4, 4, 4, 4, 2, 16};
     WorkingBuffer buffer;
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
     for (const auto& c : cases) {
         ASSERT_EQ(Configure(handle, 25, -80, c.frames), SSL_RET_OK);
-        for (int k = 0; k < 10; ++k) EXPECT_EQ(handle->vote_gate[k], base[k] * c.factor) << c.frames << " bin " << k;
+        for (int k = 0; k < 10; ++k) EXPECT_EQ(handle->solver.vote_gate[k], base[k] * c.factor) << c.frames << " bin " << k;
     }
 }
 
@@ -99,15 +99,15 @@ TEST(Config, NegativeVotingLengthGivesDefinedGates) {
     SslHandle* handle = InitQuietly(buffer, DefaultInit());
     ASSERT_EQ(Configure(handle, 25, -80, -1), SSL_RET_OK);
     // -1 >> 5 is -1, read as unsigned: every product saturates instead of overflowing.
-    for (int k = 0; k < 10; ++k) EXPECT_EQ(handle->vote_gate[k], INT32_MAX) << k;
+    for (int k = 0; k < 10; ++k) EXPECT_EQ(handle->solver.vote_gate[k], INT32_MAX) << k;
 }
 
 TEST(Config, IsAcceptedWhileRunning) {
     WorkingBuffer buffer;
     SslHandle* handle = InitAndConfigure(buffer, DefaultInit());
-    handle->run_flag = 1;
+    handle->flags.run_flag = 1;
     EXPECT_EQ(Configure(handle, 30, -30, 32), SSL_RET_OK);
-    EXPECT_EQ(handle->config_flag, 1);
+    EXPECT_EQ(handle->flags.config_flag, 1);
 }
 
 }  // namespace

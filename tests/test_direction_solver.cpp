@@ -14,10 +14,10 @@ class SolverFixture : public testing::Test {
   protected:
     void SetUp() override {
         h_ = InitQuietly(buffer_, DefaultInit(16000, 5.0f));
-        ezossl::Voting_Reset(h_);
+        ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
     }
     void Votes(int pair, std::initializer_list<std::pair<int, int32_t>> bins) {
-        for (const auto& [bin, count] : bins) h_->vote_count[pair][bin] = count;
+        for (const auto& [bin, count] : bins) h_->voting.vote_count[pair][bin] = count;
     }
 
     WorkingBuffer buffer_;
@@ -26,31 +26,31 @@ class SolverFixture : public testing::Test {
 
 TEST_F(SolverFixture, WinnersNeedStrictlyMoreVotesAndTheirGate) {
     for (int p = 0; p < 3; ++p) Votes(p, {{2, 5}, {6, 5}, {9, 4}});
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 1);
-    for (int p = 0; p < 3; ++p) EXPECT_EQ(h_->vote_winner[p], 2) << "ties keep the lower bin";
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
+    for (int p = 0; p < 3; ++p) EXPECT_EQ(h_->solver.vote_winner[p], 2) << "ties keep the lower bin";
 
     Votes(1, {{9, 5}});
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 1) << "a tie with the rejected bin keeps the candidate";
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1) << "a tie with the rejected bin keeps the candidate";
     Votes(1, {{9, 6}});
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 0) << "rejected frames are the majority";
-    EXPECT_EQ(h_->vote_winner[1], 9);
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "rejected frames are the majority";
+    EXPECT_EQ(h_->solver.vote_winner[1], 9);
 
     Votes(1, {{9, 0}});
-    h_->vote_gate[2] = 6;
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 0) << "5 votes below a gate of 6";
-    h_->vote_gate[2] = 5;
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 1);
+    h_->solver.vote_gate[2] = 6;
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "5 votes below a gate of 6";
+    h_->solver.vote_gate[2] = 5;
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
 }
 
 TEST_F(SolverFixture, EmptyPeriodWinsNothingUnlessTheGatesAreZero) {
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 0) << "bin 0 with no votes is below its gate of 2";
-    for (int32_t& gate : h_->vote_gate) gate = 0;  // voting lengths below 32 frames
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_), 1);
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "bin 0 with no votes is below its gate of 2";
+    for (int32_t& gate : h_->solver.vote_gate) gate = 0;  // voting lengths below 32 frames
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
     // 0 / 0 votes: the NaN difference fails both range tests and is kept as "beyond the limit".
-    ezossl::Votes_ToPathDifference(h_);
-    EXPECT_TRUE(std::isnan(h_->path_difference[0]));
-    EXPECT_EQ(h_->pair_status[0], 1);
-    EXPECT_EQ(h_->pair_valid[0], 1);
+    ezossl::Votes_ToPathDifference(346.0f / 16000.0f, h_->max_delay, h_->voting, h_->solver);
+    EXPECT_TRUE(std::isnan(h_->solver.path_difference[0]));
+    EXPECT_EQ(h_->solver.pair_status[0], 1);
+    EXPECT_EQ(h_->solver.pair_valid[0], 1);
 }
 
 TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
@@ -61,32 +61,32 @@ TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
         int32_t valid;
     } cases[] = {{2.0f, 0, 1}, {-3.0f, 0, 1}, {4.0f, 1, 1}, {-6.0f, 1, 1}, {6.5f, 2, 0}, {-7.0f, 2, 0}};
     for (const auto& c : cases) {
-        ezossl::Voting_Reset(h_);
+        ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
         for (int p = 0; p < 3; ++p) {
-            h_->vote_winner[p] = 5;
-            h_->vote_count[p][5] = 4;
-            h_->delay_sum[p][5] = 4 * c.mean_delay;
+            h_->solver.vote_winner[p] = 5;
+            h_->voting.vote_count[p][5] = 4;
+            h_->voting.delay_sum[p][5] = 4 * c.mean_delay;
         }
-        ezossl::Votes_ToPathDifference(h_);
+        ezossl::Votes_ToPathDifference(346.0f / 16000.0f, h_->max_delay, h_->voting, h_->solver);
         const float metres_per_sample = 346.0f / 16000.0f;
-        EXPECT_FLOAT_EQ(h_->path_difference[0], c.mean_delay * metres_per_sample) << c.mean_delay;
-        EXPECT_FLOAT_EQ(h_->path_limit[0], 3 * metres_per_sample);
-        EXPECT_FLOAT_EQ(h_->path_tolerance[0], 6 * metres_per_sample);
-        EXPECT_EQ(h_->pair_status[0], c.status) << c.mean_delay;
-        EXPECT_EQ(h_->pair_valid[0], c.valid) << c.mean_delay;
+        EXPECT_FLOAT_EQ(h_->solver.path_difference[0], c.mean_delay * metres_per_sample) << c.mean_delay;
+        EXPECT_FLOAT_EQ(h_->solver.path_limit[0], 3 * metres_per_sample);
+        EXPECT_FLOAT_EQ(h_->solver.path_tolerance[0], 6 * metres_per_sample);
+        EXPECT_EQ(h_->solver.pair_status[0], c.status) << c.mean_delay;
+        EXPECT_EQ(h_->solver.pair_valid[0], c.valid) << c.mean_delay;
     }
 }
 
 // A linear array along x with the given per-pair path differences, all pairs usable.
 float SolveLinear(SslHandle* h, const float difference[3], const int32_t valid[3] = nullptr) {
-    h->array_geometry = 0;
+    h->geometry.array_geometry = 0;
     for (int p = 0; p < 3; ++p) {
-        h->relative_array_pos[p] = {0.05f * (p + 1), 0.0f};
-        h->path_difference[p] = difference[p];
-        h->pair_valid[p] = valid ? valid[p] : 1;
+        h->geometry.relative_array_pos[p] = {0.05f * (p + 1), 0.0f};
+        h->solver.path_difference[p] = difference[p];
+        h->solver.pair_valid[p] = valid ? valid[p] : 1;
     }
-    if (ezossl::Pairs_ToCosines(h) == 0) return NAN;
-    return ezossl::Direction_Solve(h);
+    if (ezossl::Pairs_ToCosines(h->geometry, h->solver) == 0) return NAN;
+    return ezossl::Direction_Solve(h->geometry, h->solver);
 }
 
 TEST_F(SolverFixture, LinearArrayAnglesFollowTheWeightedCosine) {
@@ -95,7 +95,7 @@ TEST_F(SolverFixture, LinearArrayAnglesFollowTheWeightedCosine) {
         float degrees;
     } cases[] = {{0.0f, 0.0f}, {1.0f, -90.0f}, {-1.0f, 90.0f}, {1.2f, -90.0f}, {0.5f, -30.0000019f}};
     for (const auto& c : cases) {
-        ezossl::Voting_Reset(h_);
+        ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
         const float difference[3] = {0.05f * c.cosine, 0.10f * c.cosine, 0.15f * c.cosine};
         EXPECT_NEAR(SolveLinear(h_, difference), c.degrees, 1e-5f) << c.cosine;
     }
@@ -113,7 +113,7 @@ TEST_F(SolverFixture, LinearArrayUsesOnlyValidPairsAndNeedsOne) {
     const float difference[3] = {0.0f, 0.10f, 0.0f};
     const int32_t only_middle[3] = {0, 1, 0};
     EXPECT_NEAR(SolveLinear(h_, difference, only_middle), -90.0f, 1e-6f);
-    ezossl::Voting_Reset(h_);
+    ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
     const int32_t none[3] = {0, 0, 0};
     EXPECT_TRUE(std::isnan(SolveLinear(h_, difference, none))) << "no usable pair: no solution";
 }
@@ -124,40 +124,40 @@ TEST_F(SolverFixture, PlanarAnglesGrowCounterClockwiseFromMinus90AtPlusX) {
         float y;
         int32_t degrees;
     } cases[] = {{1, 0, -90}, {0, 1, 0}, {-1, 0, 90}, {0, -1, 180}, {1, 1, -45}, {1, -1, 225}, {-1, -1, 135}};
-    h_->array_geometry = 1;
+    h_->geometry.array_geometry = 1;
     // Projection rows pick path differences 0 and 1 as x and y.
     const float projection[2][3] = {{1, 0, 0}, {0, 1, 0}};
-    std::memcpy(h_->plane_projection, projection, sizeof(projection));
+    std::memcpy(h_->geometry.plane_projection, projection, sizeof(projection));
     for (const auto& c : cases) {
-        h_->path_difference[0] = c.x;
-        h_->path_difference[1] = c.y;
-        h_->path_difference[2] = 5.0f;
-        const float angle = ezossl::Direction_Solve(h_);
+        h_->solver.path_difference[0] = c.x;
+        h_->solver.path_difference[1] = c.y;
+        h_->solver.path_difference[2] = 5.0f;
+        const float angle = ezossl::Direction_Solve(h_->geometry, h_->solver);
         EXPECT_EQ(static_cast<int32_t>(angle), c.degrees) << c.x << "," << c.y << " gave " << angle;
-        EXPECT_EQ(h_->plane_vector[0], c.x);
-        EXPECT_EQ(h_->plane_vector[1], c.y);
+        EXPECT_EQ(h_->solver.plane_vector[0], c.x);
+        EXPECT_EQ(h_->solver.plane_vector[1], c.y);
     }
 }
 
 TEST_F(SolverFixture, PlanarArrayNeedsEveryPair) {
-    h_->array_geometry = 1;
-    for (int p = 0; p < 3; ++p) h_->pair_valid[p] = 1;
-    EXPECT_EQ(ezossl::Pairs_ToCosines(h_), 1);
-    h_->pair_valid[2] = 0;
-    EXPECT_EQ(ezossl::Pairs_ToCosines(h_), 0);
+    h_->geometry.array_geometry = 1;
+    for (int p = 0; p < 3; ++p) h_->solver.pair_valid[p] = 1;
+    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 1);
+    h_->solver.pair_valid[2] = 0;
+    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 0);
 }
 
 TEST_F(SolverFixture, LevelTestReplacesTheEnergyByItsLevelInDb) {
-    h_->energy_sum = 0.0f;
-    EXPECT_FALSE(ezossl::Level_IsAboveThreshold(h_)) << "silence is -90 dB";
-    EXPECT_NEAR(h_->energy_sum, -90.0f, 1e-4f);
+    h_->activity.energy_sum = 0.0f;
+    EXPECT_FALSE(ezossl::Level_IsAboveThreshold(h_->settings, h_->activity)) << "silence is -90 dB";
+    EXPECT_NEAR(h_->activity.energy_sum, -90.0f, 1e-4f);
 
     // Full-scale-ish frames: 32 frames of energy 256 * 0.01 give a mean square of 0.01, -20 dB.
-    h_->energy_sum = 32 * 256 * 0.01f;
-    h_->level_threshold_db = -20;
-    EXPECT_NEAR((ezossl::Level_IsAboveThreshold(h_), h_->energy_sum), -20.0f, 1e-4f);
-    h_->energy_sum = 32 * 256 * 0.0101f;
-    EXPECT_TRUE(ezossl::Level_IsAboveThreshold(h_));
+    h_->activity.energy_sum = 32 * 256 * 0.01f;
+    h_->settings.level_threshold_db = -20;
+    EXPECT_NEAR((ezossl::Level_IsAboveThreshold(h_->settings, h_->activity), h_->activity.energy_sum), -20.0f, 1e-4f);
+    h_->activity.energy_sum = 32 * 256 * 0.0101f;
+    EXPECT_TRUE(ezossl::Level_IsAboveThreshold(h_->settings, h_->activity));
 }
 
 }  // namespace

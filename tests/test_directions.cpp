@@ -156,7 +156,7 @@ TEST(Directions, LevelAtOrBelowTheThresholdIsTooWeak) {
     WorkingBuffer buffer;
     SslHandle* handle = Ready(buffer, Uca16k(), 32);
     ASSERT_EQ(RunPeriod(handle, quiet, 0, 32).status, SSL_RET_OK);
-    const float level_db = handle->energy_sum;  // the period's level, left in the accumulator
+    const float level_db = handle->activity.energy_sum;  // the period's level, left in the accumulator
     ASSERT_GT(level_db, -60.0f);
     ASSERT_LT(level_db, -30.0f);
     const struct {
@@ -182,7 +182,7 @@ TEST(Directions, VotingLengthMayChangeBetweenPeriods) {
         EXPECT_LE(AngleError(period.direction, -45.0), 10.0) << period.direction;
     }
     int32_t votes = 0;
-    for (int k = 0; k < 10; ++k) votes += handle->vote_count[0][k];
+    for (int k = 0; k < 10; ++k) votes += handle->voting.vote_count[0][k];
     EXPECT_EQ(votes, 0) << "each period ended with Reset_Mapping";
 }
 
@@ -211,8 +211,8 @@ TEST(Directions, PairsBeyondTheirToleranceReportDelaysTooLarge) {
         EXPECT_EQ(CaptureOutput([&] { status = EzoSsl_Get_Direction(handle, &direction); }), c.message);
         EXPECT_EQ(status, SSL_RET_DELAY_TOO_LARGE);
         EXPECT_EQ(direction, EZOSSL_NO_DIRECTION);
-        EXPECT_EQ(handle->direction_flag, 1);
-        EXPECT_EQ(handle->mapping_flag, 2);
+        EXPECT_EQ(handle->flags.direction_flag, 1);
+        EXPECT_EQ(handle->flags.mapping_flag, 2);
     }
 }
 

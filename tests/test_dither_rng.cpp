@@ -31,16 +31,6 @@ TEST(DitherRng, GivesTheTwentyGainsWithEqualProbability) {
     EXPECT_LT(chi_square, 43.8);
 }
 
-TEST(DitherRng, SeedRestartsTheSameSequence) {
-    DitherRng a{};
-    DitherRng b{};
-    ezossl::DitherRng_Seed(&a);
-    for (int i = 0; i < 37; ++i) ezossl::DitherRng_Gain(&a);
-    ezossl::DitherRng_Seed(&a);
-    ezossl::DitherRng_Seed(&b);
-    for (int i = 0; i < 1000; ++i) ASSERT_EQ(ezossl::DitherRng_Gain(&a), ezossl::DitherRng_Gain(&b)) << i;
-}
-
 TEST(DitherRng, HandlesAreSeededAlikeAndUnaffectedByRand) {
     WorkingBuffer first_buffer;
     WorkingBuffer second_buffer;

@@ -140,7 +140,7 @@ TEST_F(Dump, RemovingTheVariableStopsWritingButKeepsTheMode) {
     }
     Run(1);
     Run(2);
-    EXPECT_EQ(h_->dump_mode, 1);
+    EXPECT_EQ(h_->flags.dump_mode, 1);
     for (int m = 0; m < kChannels; ++m) EXPECT_EQ(Dumped(m).size(), 128u) << m;
 }
 
@@ -160,12 +160,12 @@ TEST_F(Dump, FilesThatCannotBeOpenedWhileRunningRefuseTheFrame) {
     Run(0);
     fs::create_directory(File(1));
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    const float newest = h_->frame_buffer[0][255];
+    const float newest = h_->frames.frame_buffer[0][255];
     std::string printed;
     EXPECT_EQ(Run(1, &printed), 0xFFFFFFFFu);
     EXPECT_EQ(printed, "[ALGO_MSG_ERR] [SSL] [Run] Fail! The dump input file 1 could not be open\n");
-    EXPECT_EQ(h_->run_flag, 0);
-    EXPECT_EQ(h_->frame_buffer[0][255], newest) << "the frame was not processed";
+    EXPECT_EQ(h_->flags.run_flag, 0);
+    EXPECT_EQ(h_->frames.frame_buffer[0][255], newest) << "the frame was not processed";
     // The mode is now 1: the next Run does not retry, it runs and writes to the open file 0.
     EXPECT_EQ(Run(2), SSL_RET_OK);
     EXPECT_EQ(Dumped(0).size(), 128u);

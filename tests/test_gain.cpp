@@ -47,7 +47,7 @@ TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
     SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
     Block block = Filled(1234);
     ASSERT_EQ(ApplyGain(handle, block, 6), SSL_RET_OK);
-    const float factor = handle->gain_linear;
+    const float factor = handle->gain.gain_linear;
     const Block before = block;
     for (int32_t gain : {121, -121, INT32_MAX, INT32_MIN}) {
         const Printed result = Call([&] { return EzoSsl_ApplyDigitalGain(handle, block.data(), gain); });
@@ -56,8 +56,8 @@ TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
                   "[ALGO_MSG_ERR] [SSL][ApplyDigitalGain]Fail! Gain value must be set between -120 to 120!  \t\n")
             << gain;
         EXPECT_EQ(block, before) << gain;
-        EXPECT_EQ(handle->gain_db, 6) << gain;
-        EXPECT_EQ(handle->gain_linear, factor) << gain;
+        EXPECT_EQ(handle->gain.gain_db, 6) << gain;
+        EXPECT_EQ(handle->gain.gain_linear, factor) << gain;
     }
 }
 
@@ -66,14 +66,14 @@ TEST(DigitalGain, FactorIsComputedOnlyWhenTheGainChanges) {
     SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
     Block block = Filled(100);
     // 0 dB is the gain Init stores: its factor is not recomputed either.
-    handle->gain_linear = 3.0f;
+    handle->gain.gain_linear = 3.0f;
     ASSERT_EQ(ApplyGain(handle, block, 0), SSL_RET_OK);
     EXPECT_EQ(block[0], 300);
 
     ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
-    EXPECT_EQ(handle->gain_db, -6);
-    EXPECT_NEAR(handle->gain_linear, 0.5011872f, 1e-7f);
-    handle->gain_linear = 2.0f;  // a factor that -6 dB could not give
+    EXPECT_EQ(handle->gain.gain_db, -6);
+    EXPECT_NEAR(handle->gain.gain_linear, 0.5011872f, 1e-7f);
+    handle->gain.gain_linear = 2.0f;  // a factor that -6 dB could not give
     block = Filled(100);
     ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
     EXPECT_EQ(block[511], 200);

@@ -61,11 +61,11 @@ TEST(Golden, DelaysAndDirectionsAreUnchanged) {
         CaptureOutput([&] { status = EzoSsl_Get_Direction(handle, &direction); });
         directions_text += std::to_string(direction) + ",\n";
         char path[96];
-        std::snprintf(path, sizeof(path), "{%a, %a, %a},\n", handle->path_difference[0], handle->path_difference[1],
-                      handle->path_difference[2]);
+        std::snprintf(path, sizeof(path), "{%a, %a, %a},\n", handle->solver.path_difference[0], handle->solver.path_difference[1],
+                      handle->solver.path_difference[2]);
         paths_text += path;
         for (int p = 0; p < 3; ++p) {
-            EXPECT_EQ(handle->path_difference[p], kGoldenPathDifferences[period][p]) << "period " << period << " pair " << p;
+            EXPECT_EQ(handle->solver.path_difference[p], kGoldenPathDifferences[period][p]) << "period " << period << " pair " << p;
         }
         CaptureOutput([&] { EzoSsl_Reset_Mapping(handle); });
         EXPECT_EQ(status, kGoldenStatus[period]) << "period " << period;

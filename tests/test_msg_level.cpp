@@ -93,7 +93,7 @@ TEST(MessageLevel, EachLevelLetsThroughItsKindsOfMessage) {
             << c.file;
         const SslConfig changed{25, -80, 64};
         EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }), c.warnings ? warning : "") << c.file;
-        handle->init_flag = 0;
+        handle->flags.init_flag = 0;
         EXPECT_EQ(CaptureOutput([&] { EzoSsl_Config(handle, &changed); }), error) << c.file;
     }
 }

@@ -15,13 +15,13 @@ const std::string kNotIncluded = "[ALGO_MSG_ERR] [SSL] [SetMode] Fail! This lib 
 
 // A period with some votes cast, to see whether a call clears it.
 void CastVotes(SslHandle* handle) {
-    handle->vote_count[1][4] = 7;
-    handle->delay_sum[2][3] = 1.5f;
-    handle->energy_sum = 3.0f;
+    handle->voting.vote_count[1][4] = 7;
+    handle->voting.delay_sum[2][3] = 1.5f;
+    handle->activity.energy_sum = 3.0f;
 }
 
 bool VotesCleared(const SslHandle* handle) {
-    return handle->vote_count[1][4] == 0 && handle->delay_sum[2][3] == 0.0f && handle->energy_sum == 0.0f;
+    return handle->voting.vote_count[1][4] == 0 && handle->voting.delay_sum[2][3] == 0.0f && handle->activity.energy_sum == 0.0f;
 }
 
 TEST(SetMode, EveryArgumentCombination) {

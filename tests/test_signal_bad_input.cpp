@@ -52,7 +52,7 @@ void ExpectDefinedPeriod(SslHandle* handle, const char* what) {
             }
         }
     }
-    if (handle->bf_mode == 1) return;
+    if (handle->settings.bf_mode == 1) return;
     int32_t direction = 0;
     CaptureOutput([&] {
         EzoSsl_Get_Direction(handle, &direction);

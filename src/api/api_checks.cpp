@@ -11,24 +11,24 @@ namespace {
 
 struct FlagRule {
     Need need;
-    int32_t SslHandle::*flag;
+    int32_t CallOrder::*flag;
     int32_t required;
     uint32_t status;
     const char* format;  // "[%s] %s" + site.head + the rest
 };
 
 constexpr FlagRule kFlagRules[] = {
-    {kNeedInit, &SslHandle::init_flag, kFlagDone, SSL_RET_INIT_ERROR,
+    {kNeedInit, &CallOrder::init_flag, kFlagDone, SSL_RET_INIT_ERROR,
      "[%s] %s%s Fail! Please call EzoSsl_Init first!\t\n"},
-    {kNeedConfig, &SslHandle::config_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
+    {kNeedConfig, &CallOrder::config_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
      "[%s] %s%s Fail! Please call EzoSSL_Config first!\t\n"},
-    {kNeedShape, &SslHandle::shape_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
+    {kNeedShape, &CallOrder::shape_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
      "[%s] %s%s Fail! Please call EzoSsl_Set_Shape first!\t\n"},
-    {kNeedParams, &SslHandle::params_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
+    {kNeedParams, &CallOrder::params_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
      "[%s] %s%s Fail! Please call EzoSsl_Cal_Params first!\t\n"},
-    {kNeedNotRunning, &SslHandle::run_flag, kFlagNotYet, SSL_RET_RUN_STATE_ERROR,
+    {kNeedNotRunning, &CallOrder::run_flag, kFlagNotYet, SSL_RET_RUN_STATE_ERROR,
      "[%s] %s%s Fail! Can't not change %s during run process!\t\n"},
-    {kNeedRunDone, &SslHandle::run_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
+    {kNeedRunDone, &CallOrder::run_flag, kFlagDone, SSL_RET_CALL_ORDER_ERROR,
      "[%s] %s%s Fail! Please call EzoSsl_Run first!\t\n"},
 };
 
@@ -41,20 +41,20 @@ uint32_t RefuseNull(const char* format, uint32_t status) {
 
 uint32_t CheckCallOrder(const SslHandle& handle, const ApiSite& site, uint32_t needs) {
     for (const FlagRule& rule : kFlagRules) {
-        if (!(needs & rule.need) || handle.*rule.flag == rule.required) continue;
-        SslError(handle.msg_level, rule.format, site.head, site.frozen_subject);
+        if (!(needs & rule.need) || handle.flags.*rule.flag == rule.required) continue;
+        SslError(handle.flags.msg_level, rule.format, site.head, site.frozen_subject);
         return rule.status;
     }
     return SSL_RET_OK;
 }
 
 uint32_t SslHandleCheck(const SslHandle* handle, uint32_t level, const char* label) {
-    if (handle->point_number != kPointNumber) {
+    if (handle->settings.point_number != kPointNumber) {
         SslError(level, "[%s] %s[BF] [%s] Fail! This library only support %d point number!!\r\n",
                  label, static_cast<int>(kPointNumber));
         return SSL_RET_INVALID_POINT_NUMBER;
     }
-    if (handle->mic_num != kMicNum) {
+    if (handle->settings.mic_num != kMicNum) {
         SslError(level, "[%s] %s[BF][%s] Fail! This library only support %d Microphones!!\r\n", label,
                  static_cast<int>(kMicNum));
         return SSL_RET_INVALID_MIC_NUMBER;
@@ -69,7 +69,7 @@ uint32_t SslHandleCheck(const SslHandle* handle, uint32_t level, const char* lab
 uint32_t CheckPrologue(const SslHandle& handle, const ApiSite& site, uint32_t needs) {
     const uint32_t status = CheckCallOrder(handle, site, needs);
     if (status != SSL_RET_OK) return status;
-    return SslHandleCheck(&handle, handle.msg_level, site.check_label);
+    return SslHandleCheck(&handle, handle.flags.msg_level, site.check_label);
 }
 
 }  // namespace ezossl

@@ -15,54 +15,45 @@ constexpr ApiSite kResetMappingSite = {"[SSL] [ResetMapping]", "ResetMapping", n
 
 // From the level test on, every outcome closes the period: Run waits for Reset_Mapping.
 void ClosePeriod(SslHandle* handle) {
-    handle->direction_flag = kFlagDone;
-    handle->mapping_flag = kFlagNotYet;
+    handle->flags.direction_flag = kFlagDone;
+    handle->flags.mapping_flag = kFlagNotYet;
 }
 
 uint32_t CheckNormalMode(const SslHandle& handle) {
-    if (handle.bf_mode == 1) {
-        SslError(handle.msg_level,
+    if (handle.settings.bf_mode == 1) {
+        SslError(handle.flags.msg_level,
                  "[%s] %s [SSL] [GetDirection] Fail! The bf_mode is 1, You don't need to call EzoSsl_Get_Direction!\t\n");
         return SSL_RET_INVALID_BF_MODE;
     }
     if (handle.ssl_mode != 0) {
-        SslError(handle.msg_level, "[%s] %s[SSL]  Fail! This lib does not include mode 1\t\n");
+        SslError(handle.flags.msg_level, "[%s] %s[SSL]  Fail! This lib does not include mode 1\t\n");
         return SSL_RET_MODE_NOT_INCLUDED;
     }
     return SSL_RET_OK;
 }
 
 void WarnDelaysTooLarge(const SslHandle& handle) {
-    if (handle.array_geometry != 0) {
-        SslWarning(handle.msg_level,
+    if (handle.geometry.array_geometry != 0) {
+        SslWarning(handle.flags.msg_level,
                    "[%s] %s [SSL]UCA all delay samples are too large. Please check the distance and sampling rate!.\t\n");
     } else {
-        SslWarning(handle.msg_level,
+        SslWarning(handle.flags.msg_level,
                    "[%s] %s [SSL]ULA all delay samples are too large. Please check the distance and sampling rate!.\t\n");
     }
 }
 
-// Level test, winners, path differences and the solve; writes the angle on success.
+// The period's outcome as a status; the angle is written only when one was found.
 uint32_t SolvePeriod(SslHandle* handle, int32_t* direction_avg_int) {
-    if (!Level_IsAboveThreshold(handle)) {
-        ClosePeriod(handle);
-        return SSL_RET_SIGNAL_TOO_WEAK;
-    }
-    const int winners = Votes_FindWinners(handle);
     float angle = 0.0f;
-    if (winners == 1) {
-        Votes_ToPathDifference(handle);
-        if (Pairs_ToCosines(handle) == 0) {
-            ClosePeriod(handle);
+    const PeriodOutcome outcome = Period_Solve(handle, &angle);
+    ClosePeriod(handle);
+    switch (outcome) {
+        case PeriodOutcome::kSignalTooWeak: return SSL_RET_SIGNAL_TOO_WEAK;
+        case PeriodOutcome::kNoWinner: return SSL_RET_NO_DIRECTION;
+        case PeriodOutcome::kDelaysTooLarge:
             WarnDelaysTooLarge(*handle);
             return SSL_RET_DELAY_TOO_LARGE;
-        }
-        angle = Direction_Solve(handle);
-    }
-    ClosePeriod(handle);
-    if (winners != 1) {
-        *direction_avg_int = kNoDirection;
-        return SSL_RET_NO_DIRECTION;
+        case PeriodOutcome::kSolved: break;
     }
     *direction_avg_int = TruncateToInt32(angle);
     return SSL_RET_OK;
@@ -79,7 +70,7 @@ uint32_t EzoSsl_Get_Direction(SslHandle* handle, int32_t* direction_avg_int) {
     }
     *direction_avg_int = kNoDirection;
     // Cleared on entry: from here on Run waits for a successful Reset_Mapping.
-    handle->direction_flag = kFlagFailed;
+    handle->flags.direction_flag = kFlagFailed;
     uint32_t status = CheckPrologue(*handle, kGetDirectionSite, kNeedCalibrated | kNeedRunDone);
     if (status == SSL_RET_OK) status = CheckNormalMode(*handle);
     if (status != SSL_RET_OK) return status;
@@ -91,17 +82,17 @@ uint32_t EzoSsl_Reset_Mapping(SslHandle* handle) {
         return RefuseNull("[%s] %s [SSL] [ResetMapping] Fail! The handle is null!\t\n", SSL_RET_INVALID_HANDLE);
     }
     // Cleared before every other check: a refused Reset_Mapping leaves Run refused.
-    handle->mapping_flag = kFlagFailed;
+    handle->flags.mapping_flag = kFlagFailed;
     const uint32_t status = CheckPrologue(*handle, kResetMappingSite, kNeedCalibrated | kNeedRunDone);
     if (status != SSL_RET_OK) return status;
-    if (handle->bf_mode == 1) {
-        SslError(handle->msg_level,
+    if (handle->settings.bf_mode == 1) {
+        SslError(handle->flags.msg_level,
                  "[%s] %s [SSL] [ResetMapping] Fail! The bf_mode is 1, You don't need to call EzoSsl_ResetVoting!\t\n");
         return SSL_RET_INVALID_BF_MODE;
     }
-    Voting_Reset(handle);
-    handle->direction_flag = kFlagNotYet;
-    handle->mapping_flag = kFlagDone;
+    Voting_Reset(handle->voting, handle->activity, handle->solver);
+    handle->flags.direction_flag = kFlagNotYet;
+    handle->flags.mapping_flag = kFlagDone;
     return SSL_RET_OK;
 }
 

@@ -26,17 +26,18 @@ uint32_t EzoSsl_ApplyDigitalGain(SslHandle* handle, int16_t* microphone_input, i
     const uint32_t status = CheckPrologue(*handle, kApplyGainSite, kNeedCalibrated);
     if (status != SSL_RET_OK) return status;
     if (gain < kGainMinDb || gain > kGainMaxDb) {
-        SslError(handle->msg_level,
+        SslError(handle->flags.msg_level,
                  "[%s] %s[SSL][ApplyDigitalGain]Fail! Gain value must be set between -120 to 120!  \t\n");
         return SSL_RET_INVALID_GAIN;
     }
 
     // A steady gain reuses its factor: pow runs only when the gain changes.
-    if (gain != handle->gain_db) {
-        handle->gain_db = gain;
-        handle->gain_linear = Gain_Factor(gain);
+    GainState& state = handle->gain;
+    if (gain != state.gain_db) {
+        state.gain_db = gain;
+        state.gain_linear = Gain_Factor(gain);
     }
-    Gain_ApplyBlock(handle->gain_linear, microphone_input);
+    Gain_ApplyBlock(state.gain_linear, microphone_input);
     return SSL_RET_OK;
 }
 

@@ -21,10 +21,10 @@ constexpr uint32_t kTwoMicrophones = 2;
 // A repeated shape call only warns: if it is then refused, the earlier geometry and its
 // calibration stay in force. A first call that is refused leaves the handle without a shape.
 void OpenShape(SslHandle* handle, const char* overwrite_warning) {
-    if (handle->shape_flag == kFlagDone) {
-        SslWarning(handle->msg_level, overwrite_warning);
+    if (handle->flags.shape_flag == kFlagDone) {
+        SslWarning(handle->flags.msg_level, overwrite_warning);
     } else {
-        handle->shape_flag = kFlagFailed;
+        handle->flags.shape_flag = kFlagFailed;
     }
 }
 
@@ -33,15 +33,17 @@ uint32_t CheckShapePrologue(SslHandle* handle, const ApiSite& site, const char* 
     const uint32_t status = CheckCallOrder(*handle, site, kShapeNeeds);
     if (status != SSL_RET_OK) return status;
     OpenShape(handle, overwrite_warning);
-    return SslHandleCheck(handle, handle->msg_level, site.check_label);
+    return SslHandleCheck(handle, handle->flags.msg_level, site.check_label);
 }
 
 // A new geometry makes the solver matrix stale until Cal_Params runs again.
 uint32_t CloseShape(SslHandle* handle) {
-    handle->shape_flag = kFlagDone;
-    handle->params_flag = kFlagNotYet;
+    handle->flags.shape_flag = kFlagDone;
+    handle->flags.params_flag = kFlagNotYet;
     return SSL_RET_OK;
 }
+
+PairTables PairTablesOf(SslHandle* handle) { return PairTables{handle->max_delay, handle->voting.candidate_delay}; }
 
 // Pairs of microphones given exactly the same position; positions that differ at all pass.
 int CountCoincidentPairs(const float* array_pos) {
@@ -57,14 +59,14 @@ int CountCoincidentPairs(const float* array_pos) {
 uint32_t CheckArrayPositions(const SslHandle& handle, const float* array_pos) {
     // Never true while the handle check admits only four microphones; it keeps its place in
     // the checks for builds of the two-microphone variant.
-    if (handle.mic_num == kTwoMicrophones) {
-        SslError(handle.msg_level,
+    if (handle.settings.mic_num == kTwoMicrophones) {
+        SslError(handle.flags.msg_level,
                  "[%s] %s[SSL] [Set_ArbitraryShape] Fail! Two microphone array must be linear. Can't use Arbitrary "
                  "shape !\t\n");
         return SSL_RET_INVALID_ARRAY_POS;
     }
     if (CountCoincidentPairs(array_pos) != 0) {
-        SslError(handle.msg_level, "[%s] %s[BF] [Set_ArbitraryShape] Fail! Some microphones are at same position !\t\n");
+        SslError(handle.flags.msg_level, "[%s] %s[BF] [Set_ArbitraryShape] Fail! Some microphones are at same position !\t\n");
         return SSL_RET_INVALID_ARRAY_POS;
     }
     return SSL_RET_OK;
@@ -82,13 +84,13 @@ uint32_t EzoSsl_Set_Shape(SslHandle* handle, uint32_t array_geometry) {
         "will be overwrite !\t\n");
     if (status != SSL_RET_OK) return status;
     if (array_geometry != 0 && array_geometry != 1) {
-        SslError(handle->msg_level,
+        SslError(handle->flags.msg_level,
                  "[%s] %s[SSL] [SetShape] Fail! The array_geometry setting is not allow, it should be 0 or 1 !!\r\n");
         return SSL_RET_INVALID_GEOMETRY;
     }
 
-    handle->array_geometry = static_cast<int32_t>(array_geometry);
-    Geometry_BuildUniform(handle);
+    handle->geometry.array_geometry = static_cast<int32_t>(array_geometry);
+    Geometry_BuildUniform(handle->settings, handle->speed_of_sound, handle->geometry, PairTablesOf(handle));
     return CloseShape(handle);
 }
 
@@ -107,19 +109,20 @@ uint32_t EzoSsl_Set_ArbitraryShape(SslHandle* handle, const float* array_pos) {
     status = CheckArrayPositions(*handle, array_pos);
     if (status != SSL_RET_OK) return status;
 
-    Geometry_BuildArbitrary(handle, array_pos);
+    Geometry_BuildArbitrary(array_pos, handle->settings, handle->speed_of_sound, handle->geometry,
+                            PairTablesOf(handle));
     return CloseShape(handle);
 }
 
 uint32_t EzoSsl_Cal_Params(SslHandle* handle) {
     if (!handle) return RefuseNull("[%s] %s[SSL] [CalParams] Fail! The handle is NULL!!\r\n", SSL_RET_INVALID_HANDLE);
     // Cleared before the checks, so that a refused call leaves the handle uncalibrated.
-    handle->params_flag = kFlagFailed;
+    handle->flags.params_flag = kFlagFailed;
     const uint32_t status = CheckPrologue(*handle, kCalParamsSite, kCalParamsNeeds);
     if (status != SSL_RET_OK) return status;
 
-    Projection_Compute(handle);
-    handle->params_flag = kFlagDone;
+    Projection_Compute(handle->geometry);
+    handle->flags.params_flag = kFlagDone;
     return SSL_RET_OK;
 }
 

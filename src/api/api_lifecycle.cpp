@@ -77,13 +77,13 @@ SslHandle* InitializeHandle(void* working_buffer, const SslInit* ssl_init, const
     if (!ValidateSslInit(*ssl_init, level)) return nullptr;
     Handle_StoreInit(handle, *ssl_init, level);
     if (SslHandleCheck(handle, level, "Init") != SSL_RET_OK) return nullptr;
-    if (!Handle_SetUpFft(handle)) {
+    if (!Handle_SetUpFft(handle->fft, handle->lag_table)) {
         SslError(level, texts.setup_failed);
         return nullptr;
     }
     Handle_SetUpDelayTables(handle);
     if (!InputDump_Setup(handle, level, texts.dump)) return nullptr;
-    Handle_SetInitialFlags(handle);
+    Handle_SetInitialFlags(handle->flags);
     return handle;
 }
 

@@ -30,7 +30,7 @@ constexpr ParamRange kConvidence = {
 
 uint32_t CheckRange(const SslHandle& handle, const ParamRange& range, uint32_t value) {
     if (value >= range.min && value <= range.max) return SSL_RET_OK;
-    SslError(handle.msg_level, range.refusal, range.printed_min, range.printed_max);
+    SslError(handle.flags.msg_level, range.refusal, range.printed_min, range.printed_max);
     return SSL_RET_INVALID_MODE;
 }
 
@@ -43,26 +43,26 @@ uint32_t EzoSsl_SetMode(SslHandle* handle, uint32_t mode, uint32_t angular_dista
     uint32_t status = CheckPrologue(*handle, kSetModeSite, kNeedCalibrated);
     if (status != SSL_RET_OK) return status;
     if (mode != kModeNormal && mode != kModeAi) {
-        SslError(handle->msg_level, "[%s] %s [SSL] [SetMode] Fail! The mode is only to be 0 or 1!\t\n");
+        SslError(handle->flags.msg_level, "[%s] %s [SSL] [SetMode] Fail! The mode is only to be 0 or 1!\t\n");
         return SSL_RET_INVALID_MODE;
     }
 
     // Stored before the parameter checks: a refused call still switches the mode, and mode 1
     // then keeps Run and Get_Direction refusing until mode 0 is set successfully.
     handle->ssl_mode = mode;
-    SslNote(handle->msg_level, "[%s] %s[SSL] [SetMode] Using mode = %d!,[0: Normal,1:AI Method]\t\n",
+    SslNote(handle->flags.msg_level, "[%s] %s[SSL] [SetMode] Using mode = %d!,[0: Normal,1:AI Method]\t\n",
             static_cast<int>(mode));
     status = CheckRange(*handle, kAngularDistance, angular_distance);
     if (status != SSL_RET_OK) return status;
     status = CheckRange(*handle, kConvidence, convidence);
     if (status != SSL_RET_OK) return status;
     if (handle->ssl_mode == kModeAi) {
-        SslError(handle->msg_level, "[%s] %s[SSL] [SetMode] Fail! This lib does not include mode 1\t\n");
+        SslError(handle->flags.msg_level, "[%s] %s[SSL] [SetMode] Fail! This lib does not include mode 1\t\n");
         return SSL_RET_MODE_NOT_INCLUDED;
     }
 
-    Voting_Reset(handle);
-    SslNote(handle->msg_level, "[%s] %s[SSL][SetMode] mode = %d\t\n", static_cast<int>(mode));
+    Voting_Reset(handle->voting, handle->activity, handle->solver);
+    SslNote(handle->flags.msg_level, "[%s] %s[SSL][SetMode] mode = %d\t\n", static_cast<int>(mode));
     return SSL_RET_OK;
 }
 

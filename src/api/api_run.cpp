@@ -1,10 +1,6 @@
 // Exported per-block entry point: EzoSsl_Run.
 #include "../common/message.h"
-#include "../core/asdf.h"
-#include "../core/frame_activity.h"
-#include "../core/frame_input.h"
-#include "../core/gcc_phat.h"
-#include "../core/frame_fft.h"
+#include "../core/frame_pipeline.h"
 #include "../core/voting.h"
 #include "api_checks.h"
 #include "ezossl.h"
@@ -20,35 +16,15 @@ constexpr uint32_t kDumpOpenFailed = 0xFFFFFFFFu;
 
 // Run is refused from Get_Direction until a successful Reset_Mapping opens the next period.
 uint32_t CheckVotingPeriodOpen(const SslHandle& handle) {
-    if (handle.direction_flag != kFlagNotYet) {
-        SslError(handle.msg_level, "[%s] %s [SSL] [Run] Fail! Please call EzoSsl_Get_Direction first.\t\n");
+    if (handle.flags.direction_flag != kFlagNotYet) {
+        SslError(handle.flags.msg_level, "[%s] %s [SSL] [Run] Fail! Please call EzoSsl_Get_Direction first.\t\n");
         return SSL_RET_RUN_STATE_ERROR;
     }
-    if (handle.mapping_flag != kFlagDone) {
-        SslError(handle.msg_level, "[%s] %s [SSL] [Run] Fail! Please call EzoSsl_Reset_Mapping first.\t\n");
+    if (handle.flags.mapping_flag != kFlagDone) {
+        SslError(handle.flags.msg_level, "[%s] %s [SSL] [Run] Fail! Please call EzoSsl_Reset_Mapping first.\t\n");
         return SSL_RET_RUN_STATE_ERROR;
     }
     return SSL_RET_OK;
-}
-
-// Frame, activity measures and this block's delays; false when mode 1 refuses after the
-// spectra (frames and energy have then advanced, but nothing was voted).
-bool AnalyseBlock(SslHandle* handle, const int16_t* microphone_input, int32_t* delay_sample) {
-    InputBlock_Append(handle, microphone_input);
-    float zero_crossing_rate = 0.0f;
-    ZeroCrossingRate(handle->frame_buffer[0] + kPointNumber, static_cast<int>(kPointNumber), &zero_crossing_rate);
-    FrameEnergy_Update(handle);
-    if (handle->bf_mode != 0) {
-        Asdf_EstimateDelays(handle, delay_sample);
-        return true;
-    }
-    Spectrum_Compute(handle);
-    if (handle->ssl_mode == 1) {
-        SslError(handle->msg_level, "[%s] %s[SSL] [CNN Run]  Fail! This lib does not include mode 1\t\n");
-        return false;
-    }
-    GccPhat_EstimateDelays(handle, delay_sample);
-    return true;
 }
 
 }  // namespace
@@ -62,20 +38,24 @@ extern "C" uint32_t EzoSsl_Run(SslHandle* handle, const int16_t* microphone_inpu
 
     // Cleared before the checks: any refusal leaves Get_Direction and Reset_Mapping blocked,
     // and freezes the geometry from now on.
-    handle->run_flag = kFlagFailed;
+    handle->flags.run_flag = kFlagFailed;
     uint32_t status = CheckPrologue(*handle, kRunSite, kNeedCalibrated);
     if (status == SSL_RET_OK) status = CheckVotingPeriodOpen(*handle);
     if (status != SSL_RET_OK) return status;
 
-    if (!InputDump_FollowSwitch(handle, handle->msg_level)) return kDumpOpenFailed;
-    if (handle->voting_reset_pending == 1) {
-        Voting_Reset(handle);
-        handle->voting_reset_pending = 0;
+    if (!InputDump_FollowSwitch(handle, handle->flags.msg_level)) return kDumpOpenFailed;
+    if (handle->flags.voting_reset_pending == 1) {
+        Voting_Reset(handle->voting, handle->activity, handle->solver);
+        handle->flags.voting_reset_pending = 0;
     }
-    InputBlock_Deinterleave(handle, microphone_input);
+    const FrameOutcome outcome = Frame_Process(handle, microphone_input, delay_sample);
+    // The raw block goes to the dump even when mode 1 refuses the frame.
     InputDump_Write(handle);
-    if (!AnalyseBlock(handle, microphone_input, delay_sample)) return SSL_RET_MODE_NOT_INCLUDED;
+    if (outcome == FrameOutcome::kModeNotIncluded) {
+        SslError(handle->flags.msg_level, "[%s] %s[SSL] [CNN Run]  Fail! This lib does not include mode 1\t\n");
+        return SSL_RET_MODE_NOT_INCLUDED;
+    }
 
-    handle->run_flag = kFlagDone;
+    handle->flags.run_flag = kFlagDone;
     return SSL_RET_OK;
 }

@@ -80,8 +80,8 @@ bool DirectoryExists(uint32_t level, const DumpTexts& texts) {
 
 bool InputDump_Setup(SslHandle* handle, uint32_t level, const DumpTexts& texts) {
     int32_t value = kDumpOff;
-    handle->dump_mode = ReadSwitch(&value) ? value : kDumpOff;
-    if (handle->dump_mode == kDumpOff) return true;
+    handle->flags.dump_mode = ReadSwitch(&value) ? value : kDumpOff;
+    if (handle->flags.dump_mode == kDumpOff) return true;
     return DirectoryExists(level, texts) && OpenFiles(handle, level, texts.open_failed);
 }
 
@@ -89,11 +89,11 @@ bool InputDump_FollowSwitch(SslHandle* handle, uint32_t level) {
     int32_t value = kDumpOff;
     if (!ReadSwitch(&value)) {
         // The variable was removed: stop writing, but remember the mode as it was.
-        if (handle->dump_mode == kDumpOn) CloseFiles(handle);
+        if (handle->flags.dump_mode == kDumpOn) CloseFiles(handle);
         return true;
     }
-    if (value == handle->dump_mode) return true;
-    handle->dump_mode = value;
+    if (value == handle->flags.dump_mode) return true;
+    handle->flags.dump_mode = value;
     if (value == kDumpOn) return OpenFiles(handle, level, kRunOpenFailed);
     if (value == kDumpOff) {
         CloseFiles(handle);
@@ -104,7 +104,7 @@ bool InputDump_FollowSwitch(SslHandle* handle, uint32_t level) {
 }
 
 void InputDump_Write(SslHandle* handle) {
-    if (handle->dump_mode == kDumpOff) return;
+    if (handle->flags.dump_mode == kDumpOff) return;
     for (uint32_t m = 0; m < kMicNum; ++m) {
         if (handle->dump_file[m]) {
             std::fwrite(handle->dump_block[m], sizeof(int16_t), kPointNumber, handle->dump_file[m]);

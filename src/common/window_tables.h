@@ -3,10 +3,7 @@
 
 namespace ezossl {
 
-extern const float FloatingFftInWindow64[33];
-extern const float FloatingFftInWindow128[65];
 extern const float FloatingFftInWindow256[129];
-extern const float FloatingFftInWindow512[257];
 
 // The windows in use: both the 256-point table.
 extern const float* const FftInWindow;

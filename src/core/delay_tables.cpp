@@ -17,10 +17,10 @@ constexpr int32_t kDelayBoundCeiling = INT32_MAX - 16;
 using PairMatrix = float[2][kPairNum];
 using Square2 = float[2][2];
 
-void TransposePairs(const SslHandle& handle, PairMatrix transpose) {
+void TransposePairs(const Geometry& geometry, PairMatrix transpose) {
     for (int q = 0; q < kPairNum; ++q) {
-        transpose[0][q] = handle.relative_array_pos[q].x;
-        transpose[1][q] = handle.relative_array_pos[q].y;
+        transpose[0][q] = geometry.relative_array_pos[q].x;
+        transpose[1][q] = geometry.relative_array_pos[q].y;
     }
 }
 
@@ -58,11 +58,11 @@ int32_t DelayBound(float t) {
     return (whole < kDelayBoundCeiling ? whole : kDelayBoundCeiling) + 1;
 }
 
-void MaxDelay_SetDefault(SslHandle* handle) {
-    const auto fs = static_cast<float>(handle->sample_rate);
+void MaxDelay_SetDefault(const Settings& settings, float speed_of_sound, int32_t* max_delay) {
+    const auto fs = static_cast<float>(settings.sample_rate);
     for (int p = 1; p <= kPairNum; ++p) {
-        const float t = static_cast<float>(p) * handle->mic_distance / handle->speed_of_sound * fs;
-        handle->max_delay[p - 1] = DelayBound(t);
+        const float t = static_cast<float>(p) * settings.mic_distance / speed_of_sound * fs;
+        max_delay[p - 1] = DelayBound(t);
     }
 }
 
@@ -71,29 +71,29 @@ float CandidateDelayAt(int32_t bound, float theta) {
     return static_cast<float>(widened * std::cos(static_cast<double>(theta)));
 }
 
-void CandidateDelay_SetDefault(SslHandle* handle) {
+void CandidateDelay_SetDefault(const int32_t* max_delay, VotingState& voting) {
     for (int q = 0; q < kPairNum; ++q) {
         for (int k = 0; k < kCandidateNum; ++k) {
             const float fraction = static_cast<float>(k) / 8.0f;
             const auto theta = static_cast<float>(static_cast<double>(fraction) * kSslPi);
-            handle->candidate_delay[q][k] = CandidateDelayAt(handle->max_delay[q], theta);
+            voting.candidate_delay[q][k] = CandidateDelayAt(max_delay[q], theta);
         }
     }
 }
 
-void Projection_Compute(SslHandle* handle) {
-    if (handle->array_geometry != 1) return;
+void Projection_Compute(Geometry& geometry) {
+    if (geometry.array_geometry != 1) return;
     PairMatrix transpose;
     Square2 product;
     Square2 inverse;
-    TransposePairs(*handle, transpose);
+    TransposePairs(geometry, transpose);
     MultiplyByTranspose(transpose, product);
     Invert2x2(product, inverse);
     for (int a = 0; a < 2; ++a) {
         for (int q = 0; q < kPairNum; ++q) {
             float sum = 0.0f;
             for (int b = 0; b < 2; ++b) sum += inverse[a][b] * transpose[b][q];
-            handle->plane_projection[a][q] = sum;
+            geometry.plane_projection[a][q] = sum;
         }
     }
 }

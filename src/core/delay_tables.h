@@ -18,11 +18,11 @@ int32_t DelayBound(float t);
 float CandidateDelayAt(int32_t bound, float theta);
 
 // Init defaults for a linear array of spacing mic_distance: bounds, then candidate delays.
-void MaxDelay_SetDefault(SslHandle* handle);
-void CandidateDelay_SetDefault(SslHandle* handle);
+void MaxDelay_SetDefault(const Settings& settings, float speed_of_sound, int32_t* max_delay);
+void CandidateDelay_SetDefault(const int32_t* max_delay, VotingState& voting);
 
 // Least-squares matrix (R^T R)^-1 R^T of the pair vectors R, for planar arrays only; a linear
 // array keeps whatever plane_projection held.
-void Projection_Compute(SslHandle* handle);
+void Projection_Compute(Geometry& geometry);
 
 }  // namespace ezossl

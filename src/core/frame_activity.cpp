@@ -13,13 +13,13 @@ int32_t ZeroCrossingRate(const float* x, int n, float* out) {
     return 0;
 }
 
-void FrameEnergy_Update(SslHandle* handle) {
-    const float* left = handle->frame_buffer[0];
-    const float* right = handle->frame_buffer[1];
+void FrameEnergy_Update(const Frames& frames, Activity& activity) {
+    const float* left = frames.frame_buffer[0];
+    const float* right = frames.frame_buffer[1];
     float energy = 0.0f;
     for (int i = 0; i < kFrameLength; ++i) energy += (left[i] * left[i] + right[i] * right[i]) / 2.0f;
-    handle->frame_energy = energy;
-    handle->energy_sum += energy;
+    activity.frame_energy = energy;
+    activity.energy_sum += energy;
 }
 
 }  // namespace ezossl

@@ -12,6 +12,6 @@ int32_t ZeroCrossingRate(const float* x, int n, float* out);
 
 // frame_energy = sum over the 256-sample frame of the mean square of channels 0 and 1;
 // energy_sum accumulates it over the voting period.
-void FrameEnergy_Update(SslHandle* handle);
+void FrameEnergy_Update(const Frames& frames, Activity& activity);
 
 }  // namespace ezossl

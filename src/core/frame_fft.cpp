@@ -7,16 +7,16 @@
 
 namespace ezossl {
 
-void Spectrum_Compute(SslHandle* handle) {
-    float* buffer = handle->fft_buffer;
+void Spectrum_Compute(Frames& frames, CorrelationWork& work, FftState& fft) {
+    float* buffer = work.fft_buffer;
     for (uint32_t c = 0; c < kMicNum; ++c) {
-        std::memset(buffer, 0, sizeof(handle->fft_buffer));
-        std::memcpy(buffer, handle->frame_buffer[c], sizeof(handle->frame_buffer[c]));
+        std::memset(buffer, 0, sizeof(work.fft_buffer));
+        std::memcpy(buffer, frames.frame_buffer[c], sizeof(frames.frame_buffer[c]));
         FftWindow_Apply(buffer, kWindowIn);
-        Qel_rdft(&handle->fft, kFftMaxSize, kFftForward, buffer, handle->fft_work[0], handle->fft_work[1]);
+        Qel_rdft(&fft, kFftMaxSize, kFftForward, buffer, work.fft_work[0], work.fft_work[1]);
         for (int k = 0; k < kSpectrumBins; ++k) {
-            handle->spectrum[c][k].re = buffer[2 * k];
-            handle->spectrum[c][k].im = buffer[2 * k + 1];
+            frames.spectrum[c][k].re = buffer[2 * k];
+            frames.spectrum[c][k].im = buffer[2 * k + 1];
         }
     }
 }

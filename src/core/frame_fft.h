@@ -6,6 +6,6 @@
 namespace ezossl {
 
 // spectrum[c] = real FFT of the sine-windowed frame_buffer[c], for c = 0..3.
-void Spectrum_Compute(SslHandle* handle);
+void Spectrum_Compute(Frames& frames, CorrelationWork& work, FftState& fft);
 
 }  // namespace ezossl

@@ -4,33 +4,24 @@
 #include <cstring>
 
 namespace ezossl {
-namespace {
 
-constexpr float kFullScale = 32768.0f;
-constexpr int kBlock = static_cast<int>(kPointNumber);
-
-}  // namespace
-
-void InputBlock_Deinterleave(SslHandle* handle, const int16_t* microphone_input) {
-    for (int n = 0; n < kBlock; ++n) {
-        for (uint32_t c = 0; c < kMicNum; ++c) handle->dump_block[c][n] = microphone_input[kMicNum * n + c];
-    }
-}
-
-void InputBlock_Append(SslHandle* handle, const int16_t* microphone_input) {
+void InputBlock_Append(const int16_t* microphone_input, int16_t (&dump_block)[kMicNum][kPointNumber],
+                       Frames& frames, AsdfState& asdf) {
     for (uint32_t c = 0; c < kMicNum; ++c) {
-        std::memmove(handle->frame_buffer[c], handle->frame_buffer[c] + kBlock, kBlock * sizeof(float));
+        std::memmove(frames.frame_buffer[c], frames.frame_buffer[c] + kBlockLength, kBlockLength * sizeof(float));
     }
-    for (int n = 0; n < kBlock; ++n) {
+    for (int n = 0; n < kBlockLength; ++n) {
         for (uint32_t c = 0; c < kMicNum; ++c) {
-            handle->frame_buffer[c][kBlock + n] = static_cast<float>(microphone_input[kMicNum * n + c]) / kFullScale;
+            const int16_t sample = microphone_input[kMicNum * n + c];
+            dump_block[c][n] = sample;
+            frames.frame_buffer[c][kBlockLength + n] = static_cast<float>(sample) / kSampleFullScale;
         }
     }
     // The squared-difference search compares channel 0 with channels 0, 1 and 2 (not 1, 2, 3):
     // its first pair is channel 0 against itself. Kept as the estimator has always behaved.
-    std::memcpy(handle->reference_block, handle->frame_buffer[0] + kBlock, kBlock * sizeof(float));
+    std::memcpy(asdf.reference_block, frames.frame_buffer[0] + kBlockLength, kBlockLength * sizeof(float));
     for (int k = 0; k < kPairNum; ++k) {
-        std::memcpy(handle->compare_block[k], handle->frame_buffer[k] + kBlock, kBlock * sizeof(float));
+        std::memcpy(asdf.compare_block[k], frames.frame_buffer[k] + kBlockLength, kBlockLength * sizeof(float));
     }
 }
 

@@ -1,4 +1,4 @@
-// Sliding analysis frames: de-interleaving each new block and shifting it into the frames.
+// Sliding analysis frames: each new interleaved block shifted into the frames in one pass.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,10 @@
 
 namespace ezossl {
 
-// dump_block[c][n] = input[4n + c]: the raw block per channel, before any processing.
-void InputBlock_Deinterleave(SslHandle* handle, const int16_t* microphone_input);
-
-// Shifts each 256-sample frame by one block, appends the new block scaled to +-1 and
-// refreshes the newest-block views used by the squared-difference search.
-void InputBlock_Append(SslHandle* handle, const int16_t* microphone_input);
+// Shifts each 256-sample frame by one block and appends the new block scaled to +-1; the raw
+// samples per channel go to dump_block (dump_block[c][n] = input[4n + c]) in the same pass.
+// Refreshes the newest-block views of the squared-difference search.
+void InputBlock_Append(const int16_t* microphone_input, int16_t (&dump_block)[kMicNum][kPointNumber],
+                       Frames& frames, AsdfState& asdf);
 
 }  // namespace ezossl

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "../common/vector_ops.h"
 #include "dither_rng.h"
 #include "gcc_phat_internal.h"
 
@@ -15,41 +16,38 @@ constexpr float kNoCandidateYet = 1e9f;
 constexpr double kRejectedRatio = -1.0;
 
 // Channel 0 times the conjugate of channel pair + 1, bin by bin.
-void CrossSpectrum(SslHandle* handle, int pair) {
-    const ComplexF* reference = handle->spectrum[0];
-    const ComplexF* other = handle->spectrum[pair + 1];
+void CrossSpectrum(const Frames& frames, int pair, CorrelationWork& work) {
+    const ComplexF* reference = frames.spectrum[0];
+    const ComplexF* other = frames.spectrum[pair + 1];
     for (int k = 0; k < kSpectrumBins; ++k) {
         const float a = reference[k].re, b = reference[k].im;
         const float c = other[k].re, d = other[k].im;
-        handle->cross_spectrum[2 * k] = a * c + b * d;
-        handle->cross_spectrum[2 * k + 1] = b * c - a * d;
+        work.cross_spectrum[2 * k] = a * c + b * d;
+        work.cross_spectrum[2 * k + 1] = b * c - a * d;
     }
 }
 
 // Every bin keeps only its phase; there is no band limit.
-void PhaseTransform(SslHandle* handle) {
-    ComplexMagnitude(handle->cross_spectrum, 2 * kSpectrumBins, handle->magnitude);
+void PhaseTransform(CorrelationWork& work) {
+    ComplexMagnitude(work.cross_spectrum, 2 * kSpectrumBins, work.magnitude);
     for (int k = 0; k < kSpectrumBins; ++k) {
-        const double weight = static_cast<double>(handle->magnitude[k]) + kPhatGuard;
+        const double weight = static_cast<double>(work.magnitude[k]) + kPhatGuard;
         for (int part = 0; part < 2; ++part) {
-            float& value = handle->cross_spectrum[2 * k + part];
+            float& value = work.cross_spectrum[2 * k + part];
             value = static_cast<float>(static_cast<double>(value) / weight);
         }
     }
 }
 
 // Inverse transform of the weighted cross spectrum, reordered so index j is lag j - 128.
-void CorrelationFromCrossSpectrum(SslHandle* handle) {
-    std::memcpy(handle->fft_buffer, handle->cross_spectrum, sizeof(handle->cross_spectrum));
-    Qel_rdft(&handle->fft, kFftMaxSize, kFftInverse, handle->fft_buffer, handle->fft_work[0], handle->fft_work[1]);
-    FftShift(handle->fft_buffer, kFrameLength, handle->correlation);
+void CorrelationFromCrossSpectrum(CorrelationWork& work, FftState& fft) {
+    std::memcpy(work.fft_buffer, work.cross_spectrum, sizeof(work.cross_spectrum));
+    Qel_rdft(&fft, kFftMaxSize, kFftInverse, work.fft_buffer, work.fft_work[0], work.fft_work[1]);
+    FftShift(work.fft_buffer, kFrameLength, work.correlation);
 }
 
 // A peak further out than the pair's bound plus the margin cannot be a direct path.
-bool PeakInRange(const SslHandle* handle, int pair, int32_t lag) {
-    const int32_t bound = handle->max_delay[pair];
-    return lag >= -kDelayMargin - bound && lag <= bound + kDelayMargin;
-}
+bool PeakInRange(int32_t bound, int32_t lag) { return lag >= -kDelayMargin - bound && lag <= bound + kDelayMargin; }
 
 // A correlation whose deepest trough is at least as strong as its peak (a flat one included)
 // has no dominant path.
@@ -65,16 +63,13 @@ double PeakToMean(float* correlation, int max_index, int min_index) {
     return correlation[max_index] / Mean(correlation, kFrameLength);
 }
 
-// Adds the peak lag refined by a parabola through the peak and its neighbours. The dithered
-// gain stands where plain parabolic interpolation has 0.5; the correlation is circular, so the
+// The peak lag refined by a parabola through the peak and its neighbours. The dithered gain
+// stands where plain parabolic interpolation has 0.5; the correlation is circular, so the
 // neighbours of the first and last lag wrap around.
-void AddRefinedDelay(SslHandle* handle, int pair, int candidate, int max_index, int32_t lag) {
-    const float* y = handle->correlation;
+void AddRefinedDelay(const float* y, int max_index, int32_t lag, float gain, float& sum) {
     const float y_minus = y[(max_index + kFrameLength - 1) % kFrameLength];
     const float y_zero = y[max_index];
     const float y_plus = y[(max_index + 1) % kFrameLength];
-    const float gain = DitherRng_Gain(&handle->dither_rng);
-    float& sum = handle->delay_sum[pair][candidate];
     sum += static_cast<float>(lag);
     sum += ((y_plus - y_minus) * gain) / (2.0f * y_zero - y_plus - y_minus);
 }
@@ -85,70 +80,36 @@ void CountVote(int32_t* counter) {
 
 }  // namespace
 
-void GccPhat_EstimateDelays(SslHandle* handle, int32_t* delay_sample) {
-    [[maybe_unused]] const float left_power = FramePower(handle->frame_buffer[0], kFrameLength);
-    [[maybe_unused]] const float right_power = FramePower(handle->frame_buffer[1], kFrameLength);
+void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, CorrelationWork& work, FftState& fft,
+                            DitherRng& rng, VotingState& voting, int32_t* delay_sample) {
+    [[maybe_unused]] const float left_power = FramePower(frames.frame_buffer[0], kFrameLength);
+    [[maybe_unused]] const float right_power = FramePower(frames.frame_buffer[1], kFrameLength);
 
     for (int p = 0; p < kPairNum; ++p) {
-        CrossSpectrum(handle, p);
-        PhaseTransform(handle);
-        CorrelationFromCrossSpectrum(handle);
-        const int max_index = ArgMax(handle->correlation, kFrameLength);
-        const int min_index = ArgMin(handle->correlation, kFrameLength);
+        CrossSpectrum(frames, p, work);
+        PhaseTransform(work);
+        CorrelationFromCrossSpectrum(work, fft);
+        const int max_index = ArgMax(work.correlation, kFrameLength);
+        const int min_index = ArgMin(work.correlation, kFrameLength);
 
-        int32_t lag = handle->lag_table[max_index];
+        int32_t lag = limits.lag_table[max_index];
         double ratio = kRejectedRatio;
-        if (PeakInRange(handle, p, lag) && PeakDominates(handle->correlation, max_index, min_index)) {
-            ratio = PeakToMean(handle->correlation, max_index, min_index);
+        if (PeakInRange(limits.max_delay[p], lag) && PeakDominates(work.correlation, max_index, min_index)) {
+            ratio = PeakToMean(work.correlation, max_index, min_index);
         } else {
             lag = 0;
         }
         // The nearest candidate is looked up for every frame, rejected ones included.
-        const int candidate = NearestCandidate(handle->candidate_delay[p], lag);
+        const int candidate = NearestCandidate(voting.candidate_delay[p], lag);
         if (ratio < kMinPeakToMean) {
-            CountVote(&handle->vote_count[p][kRejectBin]);
+            CountVote(&voting.vote_count[p][kRejectBin]);
             delay_sample[p] = kDelayRejected;
             continue;
         }
-        CountVote(&handle->vote_count[p][candidate]);
-        AddRefinedDelay(handle, p, candidate, max_index, lag);
+        CountVote(&voting.vote_count[p][candidate]);
+        AddRefinedDelay(work.correlation, max_index, lag, DitherRng_Gain(&rng), voting.delay_sum[p][candidate]);
         delay_sample[p] = lag;
     }
-}
-
-void ComplexMagnitude(const float* in, int n, float* out) {
-    for (int k = 0; k < n / 2; ++k) {
-        const float re = in[2 * k], im = in[2 * k + 1];
-        out[k] = static_cast<float>(std::sqrt(static_cast<double>(re * re + im * im)));
-    }
-}
-
-void FftShift(const float* in, int n, float* out) {
-    const int half = n / 2;
-    std::memcpy(out, in + kFrameLength - half, half * sizeof(float));
-    std::memcpy(out + half, in, half * sizeof(float));
-}
-
-int ArgMax(const float* x, int n) {
-    int best = 0;
-    for (int i = 1; i < n; ++i) {
-        if (x[i] > x[best]) best = i;
-    }
-    return best;
-}
-
-int ArgMin(const float* x, int n) {
-    int best = 0;
-    for (int i = 1; i < n; ++i) {
-        if (x[i] < x[best]) best = i;
-    }
-    return best;
-}
-
-float Mean(const float* x, int n) {
-    float sum = 0.0f;
-    for (int i = 0; i < n; ++i) sum += x[i];
-    return sum / static_cast<float>(n);
 }
 
 float FramePower(const float* x, int n) {

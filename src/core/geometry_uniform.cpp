@@ -9,20 +9,20 @@ namespace ezossl {
 namespace {
 
 // Microphone 0 at the most negative x, centred on the origin: factors -1.5, -0.5, 0.5, 1.5.
-void PlaceLinear(SslHandle* handle) {
+void PlaceLinear(float mic_distance, Geometry& geometry) {
     float factor = -1.5f;
-    for (Point2& mic : handle->mic_position) {
-        mic = Point2{handle->mic_distance * factor, 0.0f};
+    for (Point2& mic : geometry.mic_position) {
+        mic = Point2{mic_distance * factor, 0.0f};
         factor += 1.0f;
     }
 }
 
 // Clockwise from the negative x axis: angles pi, pi/2, 0, -pi/2. With the truncated pi the
 // ideally zero coordinates come out tiny but non-zero; they are kept as computed.
-void PlaceCircular(SslHandle* handle) {
-    const auto radius = static_cast<double>(handle->mic_distance * 0.5f);
+void PlaceCircular(float mic_distance, Geometry& geometry) {
+    const auto radius = static_cast<double>(mic_distance * 0.5f);
     float factor = 1.0f;
-    for (Point2& mic : handle->mic_position) {
+    for (Point2& mic : geometry.mic_position) {
         const double angle = static_cast<double>(factor) * kSslPi;
         mic = Point2{static_cast<float>(radius * std::cos(angle)), static_cast<float>(radius * std::sin(angle))};
         factor -= 0.5f;
@@ -30,28 +30,28 @@ void PlaceCircular(SslHandle* handle) {
 }
 
 // Pair p's axis lies at (1/2 - p/4) pi; candidate k is k pi/8 further round.
-void SetCircularCandidates(SslHandle* handle) {
+void SetCircularCandidates(PairTables tables) {
     for (int p = 1; p <= kPairNum; ++p) {
         for (int k = 0; k < kCandidateNum; ++k) {
             const float fraction = (static_cast<float>(k) / 8.0f + 0.5f) - static_cast<float>(p) / 4.0f;
             const auto theta = static_cast<float>(static_cast<double>(fraction) * kSslPi);
-            handle->candidate_delay[p - 1][k] = CandidateDelayAt(handle->max_delay[p - 1], theta);
+            tables.candidate_delay[p - 1][k] = CandidateDelayAt(tables.max_delay[p - 1], theta);
         }
     }
 }
 
 }  // namespace
 
-void Geometry_BuildUniform(SslHandle* handle) {
-    const bool linear = handle->array_geometry == 0;
+void Geometry_BuildUniform(const Settings& settings, float speed_of_sound, Geometry& geometry, PairTables tables) {
+    const bool linear = geometry.array_geometry == 0;
     if (linear) {
-        PlaceLinear(handle);
+        PlaceLinear(settings.mic_distance, geometry);
     } else {
-        PlaceCircular(handle);
+        PlaceCircular(settings.mic_distance, geometry);
     }
-    Geometry_SetPairs(handle);
+    Geometry_SetPairs(settings, speed_of_sound, geometry, tables.max_delay);
     // A linear array keeps the candidate table it had (Init's default, or an earlier shape's).
-    if (!linear) SetCircularCandidates(handle);
+    if (!linear) SetCircularCandidates(tables);
 }
 
 }  // namespace ezossl

@@ -12,12 +12,12 @@ namespace ezossl {
 void Handle_StoreInit(SslHandle* handle, const SslInit& ssl_init, uint32_t level);
 
 // Builds the FFT plans in the work area and the lag table; false if the plans do not fit.
-bool Handle_SetUpFft(SslHandle* handle);
+bool Handle_SetUpFft(FftState& fft, int32_t* lag_table);
 
 // Default delay bounds and candidate delays for a linear array of the Init spacing.
 void Handle_SetUpDelayTables(SslHandle* handle);
 
 // Initialised, nothing configured, never run, no voting period open.
-void Handle_SetInitialFlags(SslHandle* handle);
+void Handle_SetInitialFlags(CallOrder& flags);
 
 }  // namespace ezossl

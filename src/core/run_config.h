@@ -10,8 +10,8 @@ namespace ezossl {
 void Config_SetDefaults(SslHandle* handle);
 
 // Stores a caller's settings: clamps the threshold, derives speed of sound, gates and
-// amplitude, and marks the votes for reset when the voting length changed.
-void Config_Store(SslHandle* handle, const SslConfig& config);
+// amplitude. True when the voting length differs from the one stored before.
+bool Config_Store(SslHandle* handle, const SslConfig& config);
 
 // Clamp of the level threshold to -80 ... 0 dB.
 int32_t ClampLevelThreshold(int32_t level_db);

@@ -11,9 +11,9 @@ namespace ezossl {
 extern const int32_t Gate_Array[kVoteBins];
 
 // vote_gate[k] = Gate_Array[k] * (direction_frame_num / 32), truncated toward zero.
-void VoteGate_Update(SslHandle* handle);
+void VoteGate_Update(int32_t direction_frame_num, SolverState& solver);
 
 // Clears the votes, delay sums, energy and solver sums of the period (not the gates or mode).
-void Voting_Reset(SslHandle* handle);
+void Voting_Reset(VotingState& voting, Activity& activity, SolverState& solver);
 
 }  // namespace ezossl

@@ -32,19 +32,13 @@ inline SslHandle* InitWithShape(WorkingBuffer& buffer, const SslInit& init, uint
 
 // Every field the shape and calibration calls write, copied for a later comparison.
 struct GeometrySnapshot {
-    ezossl::Point2 mic_position[4];
-    ezossl::Point2 relative_array_pos[3];
-    float plane_projection[2][3];
-    int32_t array_geometry;
+    ezossl::Geometry geometry;
     int32_t max_delay[3];
     float candidate_delay[3][9];
 
-    explicit GeometrySnapshot(const SslHandle* h) : array_geometry(h->array_geometry) {
-        std::memcpy(mic_position, h->mic_position, sizeof(mic_position));
-        std::memcpy(relative_array_pos, h->relative_array_pos, sizeof(relative_array_pos));
-        std::memcpy(plane_projection, h->plane_projection, sizeof(plane_projection));
+    explicit GeometrySnapshot(const SslHandle* h) : geometry(h->geometry) {
         std::memcpy(max_delay, h->max_delay, sizeof(max_delay));
-        std::memcpy(candidate_delay, h->candidate_delay, sizeof(candidate_delay));
+        std::memcpy(candidate_delay, h->voting.candidate_delay, sizeof(candidate_delay));
     }
     // Bitwise, so that NaN entries compare equal to themselves.
     bool operator==(const GeometrySnapshot& other) const { return std::memcmp(this, &other, sizeof(*this)) == 0; }

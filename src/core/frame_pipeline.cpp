@@ -1,0 +1,29 @@
+// The per-block pipeline in its fixed order; every step receives only the regions it uses.
+#include "frame_pipeline.h"
+
+#include "asdf.h"
+#include "frame_activity.h"
+#include "frame_fft.h"
+#include "frame_input.h"
+#include "gcc_phat.h"
+
+namespace ezossl {
+
+FrameOutcome Frame_Process(SslHandle* handle, const int16_t* microphone_input, int32_t* delay_sample) {
+    InputBlock_Append(microphone_input, handle->dump_block, handle->frames, handle->asdf);
+    // Computed as the frame's activity measure; nothing reads it yet.
+    float zero_crossing_rate = 0.0f;
+    ZeroCrossingRate(handle->frames.frame_buffer[0] + kBlockLength, kBlockLength, &zero_crossing_rate);
+    FrameEnergy_Update(handle->frames, handle->activity);
+    if (handle->settings.bf_mode != 0) {
+        Asdf_EstimateDelays(handle->asdf, handle->max_delay, delay_sample);
+        return FrameOutcome::kDone;
+    }
+    Spectrum_Compute(handle->frames, handle->work, handle->fft);
+    if (handle->ssl_mode == 1) return FrameOutcome::kModeNotIncluded;
+    GccPhat_EstimateDelays(handle->frames, DelayLimits{handle->lag_table, handle->max_delay}, handle->work,
+                           handle->fft, handle->dither_rng, handle->voting, delay_sample);
+    return FrameOutcome::kDone;
+}
+
+}  // namespace ezossl

@@ -1,0 +1,72 @@
+// Steered response power once per period: each pair's correlation is evaluated on a fine lag
+// grid straight from its cross-spectrum, then every direction reads it back by interpolation,
+// which costs far less than steering the spectra of all pairs to 360 directions.
+#include "srp_steer.h"
+
+#include "srp_geometry.h"
+
+namespace ezossl::srp {
+namespace {
+
+// sum over the band of re(cross[k] * exp(i 2 pi k m / table_size)), for m around lag 0.
+void PairCorrelation(SrpState* state, int p) {
+    const int table_size = kFrame * static_cast<int>(state->lag_upsampling);
+    const int quarter = table_size / 4;
+    const float* table = state->phase_table;
+    const float(*cross)[2] = state->cross[p];
+    float* out = state->correlation + state->lag_first[p];
+    for (int j = 0; j < state->lag_count[p]; ++j) {
+        const int m = j - state->lag_centre[p];
+        const int step = ((m % table_size) + table_size) % table_size;
+        int index = static_cast<int>((static_cast<int64_t>(state->bin_low) * step) % table_size);
+        float sum = 0.0f;
+        for (uint32_t i = 0; i < state->bin_count; ++i) {
+            const int sine_index = index >= quarter ? index - quarter : index - quarter + table_size;
+            sum += cross[i][0] * table[index] - cross[i][1] * table[sine_index];
+            index += step;
+            if (index >= table_size) index -= table_size;
+        }
+        out[j] = sum;
+    }
+}
+
+// Catmull-Rom cubic through the correlation values around a fractional index.
+float Interpolate(const float* values, float position) {
+    const int i = static_cast<int>(position);  // positions are positive: truncation is floor
+    const float t = position - static_cast<float>(i);
+    const float p0 = values[i - 1], p1 = values[i], p2 = values[i + 1], p3 = values[i + 2];
+    return p1 + 0.5f * t * (p2 - p0 + t * (2.0f * p0 - 5.0f * p1 + 4.0f * p2 - p3 + t * (3.0f * (p1 - p2) + p3 - p0)));
+}
+
+// Vertex offset of the parabola through three neighbours, within half a grid step.
+double ParabolaOffset(float left, float centre, float right) {
+    const double curvature = static_cast<double>(left) - 2.0 * centre + right;
+    if (curvature >= 0.0) return 0.0;
+    const double offset = 0.5 * (static_cast<double>(left) - right) / curvature;
+    return offset < -0.5 ? -0.5 : offset > 0.5 ? 0.5 : offset;
+}
+
+}  // namespace
+
+SteeredPeak Steer_FindPeak(SrpState* state) {
+    for (int p = 0; p < kPairs; ++p) PairCorrelation(state, p);
+    const int points = static_cast<int>(state->grid_points);
+    int best = 0;
+    for (int g = 0; g < points; ++g) {
+        float power = 0.0f;
+        for (int p = 0; p < kPairs; ++p) power += Interpolate(state->correlation, state->steer[g][p]);
+        state->power[g] = power;
+        if (power > state->power[best]) best = g;
+    }
+    // The circle wraps around; a line's ends mirror their inner neighbour.
+    const int left = best > 0 ? best - 1 : state->collinear ? 1 : points - 1;
+    const int right = best < points - 1 ? best + 1 : state->collinear ? points - 2 : 0;
+    const double offset = ParabolaOffset(state->power[left], state->power[best], state->power[right]);
+
+    const float full_scale = static_cast<float>(kPairs) * static_cast<float>(state->bin_count) * state->weight_sum;
+    float confidence = full_scale > 0.0f ? state->power[best] / full_scale : 0.0f;
+    confidence = confidence < 0.0f ? 0.0f : confidence > 1.0f ? 1.0f : confidence;
+    return {Steering_GridToDegrees(*state, best + offset), confidence};
+}
+
+}  // namespace ezossl::srp
