@@ -63,14 +63,17 @@ struct Options {
     int temperature;
     int threshold_db;
     int frames_per_vote;
-    std::string method;
+    Method method;
     bool verbose;
 };
 
+Method ParseMethod(const std::string& name) {
+    if (name == "specified") return Method::kSpecified;
+    if (name == "srp") return Method::kSrp;
+    throw py::value_error("method must be \"specified\" or \"srp\"; got \"" + name + "\"");
+}
+
 ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) {
-    if (options.method != "specified") {
-        throw py::value_error("method must be \"specified\"; got \"" + options.method + "\"");
-    }
     if (!ezossl_tool::IsSupportedRate(rate)) {
         throw py::value_error("rate must be " + ezossl_tool::SupportedRatesText() + ", got " + std::to_string(rate));
     }
@@ -86,26 +89,29 @@ ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) 
 class Localizer {
   public:
     Localizer(Options options, uint32_t rate) : options_(std::move(options)), settings_(SettingsFor(options_, rate)) {
-        stream_ = CallLibrary(options_.verbose, [&] { return std::make_unique<StreamLocalizer>(settings_); });
+        stream_ = CallLibrary(options_.verbose,
+                              [&] { return std::make_unique<StreamLocalizer>(settings_, options_.method); });
     }
 
     py::array Process(const py::handle& samples) {
         const std::vector<int16_t> interleaved = InterleavedInt16(samples, clipped_);
-        return PeriodArray(CallLibrary(options_.verbose, [&] {
-            return stream_->Process(interleaved.data(), interleaved.size() / EZOSSL_MIC_NUM);
-        }));
+        return PeriodArray(
+            CallLibrary(options_.verbose,
+                        [&] { return stream_->Process(interleaved.data(), interleaved.size() / EZOSSL_MIC_NUM); }),
+            options_.method);
     }
 
     py::array Flush() {
-        return PeriodArray(CallLibrary(options_.verbose, [&] { return stream_->Flush(); }));
+        return PeriodArray(CallLibrary(options_.verbose, [&] { return stream_->Flush(); }), options_.method);
     }
 
-    // A fresh instance, so the stream that process() feeds is left as it is.
+    // A fresh instance of the specified library (the SRP one has no per-frame delays), so the
+    // stream that process() feeds is left as it is.
     py::array Delays(const py::handle& samples) {
         int64_t clipped = 0;
         const std::vector<int16_t> interleaved = InterleavedInt16(samples, clipped);
         return FrameArray(CallLibrary(options_.verbose, [&] {
-            StreamLocalizer fresh(settings_);
+            StreamLocalizer fresh(settings_, Method::kSpecified);
             fresh.KeepFrames();
             fresh.Process(interleaved.data(), interleaved.size() / EZOSSL_MIC_NUM);
             fresh.Flush();
@@ -131,16 +137,20 @@ py::array Locate(const std::string& path, Options options, std::optional<std::st
     input.map = std::move(map);
     std::unique_ptr<ezossl_tool::BlockSource> source = ezossl_tool::OpenRecording(input);
     const ezossl_tool::LibrarySettings settings = SettingsFor(options, source->SampleRate());
-    return PeriodArray(CallLibrary(options.verbose, [&] {
-        StreamLocalizer stream(settings);
-        std::vector<PeriodRow> periods;
-        ezossl_tool::Block block;
-        for (int real = source->NextBlock(block); real > 0; real = source->NextBlock(block)) {
-            for (PeriodRow& row : stream.Process(block.data(), static_cast<size_t>(real))) periods.push_back(row);
-        }
-        for (PeriodRow& row : stream.Flush()) periods.push_back(row);
-        return periods;
-    }));
+    return PeriodArray(
+        CallLibrary(options.verbose,
+                    [&] {
+                        StreamLocalizer stream(settings, options.method);
+                        std::vector<PeriodRow> periods;
+                        ezossl_tool::Block block;
+                        for (int real = source->NextBlock(block); real > 0; real = source->NextBlock(block)) {
+                            for (PeriodRow& row : stream.Process(block.data(), static_cast<size_t>(real)))
+                                periods.push_back(row);
+                        }
+                        for (PeriodRow& row : stream.Flush()) periods.push_back(row);
+                        return periods;
+                    }),
+        options.method);
 }
 
 void RegisterErrors(py::module_& m) {
@@ -180,15 +190,18 @@ PYBIND11_MODULE(ezossl, m) {
     m.attr("__version__") = EZOSSL_PYTHON_VERSION;
     RegisterErrors(m);
 
-    py::class_<Localizer>(m, "Localizer",
-                          "One stream of a four-microphone array, localised period by period.\n\n"
-                          "array: \"uca\" (circular, distance_cm is the diameter), \"ula\" (linear, "
-                          "distance_cm is the spacing) or four (x, y) positions in cm in channel order. "
-                          "A period is frames_per_vote blocks of 128 instants.")
+    py::class_<Localizer>(
+        m, "Localizer",
+        "One stream of a four-microphone array, localised period by period.\n\n"
+        "array: \"uca\" (circular, distance_cm is the diameter), \"ula\" (linear, "
+        "distance_cm is the spacing) or four (x, y) positions in cm in channel order. "
+        "A period is frames_per_vote blocks of 128 instants. method: \"specified\" (the library's GCC-PHAT "
+        "voting) or \"srp\" (the companion library's all-pairs SRP-PHAT, a direction every "
+        "period with a confidence).")
         .def(py::init([](py::object array, std::optional<double> distance_cm, uint32_t rate, int temperature,
-                         int threshold_db, int frames_per_vote, std::string method, bool verbose) {
-                 Options options{std::move(array), distance_cm,       temperature, threshold_db,
-                                 frames_per_vote,  std::move(method), verbose};
+                         int threshold_db, int frames_per_vote, const std::string& method, bool verbose) {
+                 Options options{std::move(array), distance_cm,         temperature, threshold_db,
+                                 frames_per_vote,  ParseMethod(method), verbose};
                  return std::make_unique<Localizer>(std::move(options), rate);
              }),
              "array"_a, py::kw_only(), "distance_cm"_a = py::none(), "rate"_a = 16000,
@@ -197,8 +210,9 @@ PYBIND11_MODULE(ezossl, m) {
         .def("process", &Localizer::Process, "samples"_a,
              "Feeds an (n, 4) array (int16, or float in -1 ... 1), any n; instants short of a whole block wait "
              "for the next call. Returns the periods these samples complete: a structured array of start_s, "
-             "frames, status (\"OK\", \"SIGNAL_TOO_WEAK\", \"NO_DIRECTION\", ...) and direction_deg (NaN "
-             "without a direction).")
+             "frames, status (\"OK\", \"SIGNAL_TOO_WEAK\", \"NO_DIRECTION\", ...; for SRP \"OK\", \"SILENT\", ...) "
+             "and direction_deg (NaN without a direction); for method=\"srp\" also confidence (0 ... 1) and "
+             "level_dbfs.")
         .def("flush", &Localizer::Flush,
              "Completes a waiting block with zeros and votes the started period, as `ezossl locate` does at "
              "the end of a recording; returns it (or nothing). Feeding may go on afterwards.")
@@ -213,9 +227,10 @@ PYBIND11_MODULE(ezossl, m) {
     m.def(
         "locate",
         [](const std::string& path, py::object array, std::optional<double> distance_cm, int temperature,
-           int threshold_db, int frames_per_vote, std::string method, bool verbose, std::optional<std::string> map) {
-            Options options{std::move(array), distance_cm,       temperature, threshold_db,
-                            frames_per_vote,  std::move(method), verbose};
+           int threshold_db, int frames_per_vote, const std::string& method, bool verbose,
+           std::optional<std::string> map) {
+            Options options{std::move(array), distance_cm,         temperature, threshold_db,
+                            frames_per_vote,  ParseMethod(method), verbose};
             return Locate(path, std::move(options), std::move(map));
         },
         "path"_a, py::kw_only(), "array"_a, "distance_cm"_a = py::none(),

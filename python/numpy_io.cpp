@@ -57,15 +57,22 @@ std::vector<int16_t> InterleavedInt16(const py::handle& samples, int64_t& clippe
                           dtype.attr("name").cast<std::string>());
 }
 
-py::array PeriodArray(const std::vector<PeriodRow>& rows) {
+py::array PeriodArray(const std::vector<PeriodRow>& rows, Method method) {
+    const bool srp = method == Method::kSrp;
     py::list records;
-    for (const PeriodRow& row : rows)
-        records.append(py::make_tuple(row.start_s, row.frames, row.status, row.direction_deg));
+    for (const PeriodRow& row : rows) {
+        py::tuple common = py::make_tuple(row.start_s, row.frames, row.status, row.direction_deg);
+        records.append(srp ? py::tuple(common + py::make_tuple(row.confidence, row.level_dbfs)) : common);
+    }
     py::list fields;
     fields.append(py::make_tuple("start_s", "f8"));
     fields.append(py::make_tuple("frames", "i4"));
     fields.append(py::make_tuple("status", "U24"));
     fields.append(py::make_tuple("direction_deg", "f8"));
+    if (srp) {
+        fields.append(py::make_tuple("confidence", "f8"));
+        fields.append(py::make_tuple("level_dbfs", "f8"));
+    }
     return Records(records, fields);
 }
 

@@ -16,8 +16,9 @@ namespace ezossl_python {
 // ValueError saying what was expected.
 std::vector<int16_t> InterleavedInt16(const pybind11::handle& samples, int64_t& clipped);
 
-// start_s, frames, status, direction_deg (NaN without a direction).
-pybind11::array PeriodArray(const std::vector<PeriodRow>& rows);
+// start_s, frames, status, direction_deg (NaN without a direction), and for SRP confidence
+// and level_dbfs.
+pybind11::array PeriodArray(const std::vector<PeriodRow>& rows, Method method);
 // start_s, delay_01, delay_02, delay_03 (NaN when the library rejected the pair).
 pybind11::array FrameArray(const std::vector<FrameRow>& rows);
 

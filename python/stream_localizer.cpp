@@ -15,8 +15,14 @@ constexpr size_t kBlock = EZOSSL_POINT_NUMBER;
 
 }  // namespace
 
-StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings)
-    : session_(settings), sample_rate_(settings.sample_rate), frames_per_vote_(settings.frames_per_vote) {}
+StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings, Method method)
+    : sample_rate_(settings.sample_rate), frames_per_vote_(settings.frames_per_vote) {
+    if (method == Method::kSrp) {
+        srp_.emplace(settings);
+    } else {
+        specified_.emplace(settings);
+    }
+}
 
 std::vector<PeriodRow> StreamLocalizer::Process(const int16_t* interleaved, size_t instants) {
     std::vector<PeriodRow> periods;
@@ -44,26 +50,41 @@ std::vector<PeriodRow> StreamLocalizer::Flush() {
 std::vector<FrameRow> StreamLocalizer::TakeFrames() { return std::move(frames_); }
 
 void StreamLocalizer::RunBlock(std::vector<PeriodRow>& periods) {
-    const ezossl_tool::PairDelays delays = session_.Run(pending_);
-    if (keep_frames_) {
-        FrameRow frame{Seconds(frames_run_), {}};
-        for (size_t pair = 0; pair < delays.size(); ++pair) {
-            frame.delays[pair] = delays[pair] == EZOSSL_DELAY_REJECTED ? kNaN : delays[pair];
-        }
-        frames_.push_back(frame);
+    if (srp_) {
+        srp_->Process(pending_);
+    } else {
+        const ezossl_tool::PairDelays delays = specified_->Run(pending_);
+        if (keep_frames_) KeepFrame(delays);
     }
     pending_instants_ = 0;
     ++frames_run_;
     if (++period_frames_ == frames_per_vote_) ClosePeriod(periods);
 }
 
+void StreamLocalizer::KeepFrame(const ezossl_tool::PairDelays& delays) {
+    FrameRow frame{Seconds(frames_run_), {}};
+    for (size_t pair = 0; pair < delays.size(); ++pair) {
+        frame.delays[pair] = delays[pair] == EZOSSL_DELAY_REJECTED ? kNaN : delays[pair];
+    }
+    frames_.push_back(frame);
+}
+
 void StreamLocalizer::ClosePeriod(std::vector<PeriodRow>& periods) {
-    const ezossl_tool::PeriodDirection direction = session_.CloseVotingPeriod();
     PeriodRow row;
     row.start_s = Seconds(frames_run_ - period_frames_);
     row.frames = period_frames_;
-    row.status = ezossl_tool::StatusName(direction.status);
-    row.direction_deg = direction.degrees ? *direction.degrees : kNaN;
+    if (srp_) {
+        const ezossl_tool::SrpPeriod period = srp_->CloseVotingPeriod();
+        row.status = ezossl_tool::SrpStatusName(period.status);
+        row.direction_deg = period.degrees.value_or(kNaN);
+        row.confidence = period.confidence;
+        row.level_dbfs = period.level_dbfs;
+    } else {
+        const ezossl_tool::PeriodDirection direction = specified_->CloseVotingPeriod();
+        row.status = ezossl_tool::StatusName(direction.status);
+        row.direction_deg = direction.degrees ? *direction.degrees : kNaN;
+        row.confidence = row.level_dbfs = kNaN;
+    }
     periods.push_back(row);
     period_frames_ = 0;
 }

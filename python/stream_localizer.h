@@ -4,9 +4,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "analysis/srp_session.h"
 #include "analysis/ssl_session.h"
 #include "io/block_source.h"
 
@@ -17,7 +19,12 @@ struct PeriodRow {
     int frames = 0;
     std::string status;
     double direction_deg = 0.0;  // NaN without a direction
+    double confidence = 0.0;     // SRP only
+    double level_dbfs = 0.0;     // SRP only
 };
+
+// The specified library's voting, or the SRP companion library's steered response.
+enum class Method { kSpecified, kSrp };
 
 struct FrameRow {
     double start_s = 0.0;
@@ -28,23 +35,25 @@ struct FrameRow {
 // call, and a period closes after frames_per_vote blocks, exactly as the tool's voting loop.
 class StreamLocalizer {
   public:
-    explicit StreamLocalizer(const ezossl_tool::LibrarySettings& settings);
+    StreamLocalizer(const ezossl_tool::LibrarySettings& settings, Method method);
 
     // interleaved holds instants x 4 samples; returns the periods these instants complete.
     std::vector<PeriodRow> Process(const int16_t* interleaved, size_t instants);
     // Completes a waiting block with zeros and votes a started period, as the tool does at the
     // end of a recording. The stream may go on afterwards; time keeps counting whole blocks.
     std::vector<PeriodRow> Flush();
-    // Every frame's delays from now on are kept, for TakeFrames.
+    // Every frame's delays from now on are kept, for TakeFrames (the specified method only).
     void KeepFrames() { keep_frames_ = true; }
     std::vector<FrameRow> TakeFrames();
 
   private:
     void RunBlock(std::vector<PeriodRow>& periods);
+    void KeepFrame(const ezossl_tool::PairDelays& delays);
     void ClosePeriod(std::vector<PeriodRow>& periods);
     double Seconds(int64_t frame) const;
 
-    ezossl_tool::SslSession session_;
+    std::optional<ezossl_tool::SslSession> specified_;
+    std::optional<ezossl_tool::SrpSession> srp_;
     uint32_t sample_rate_;
     int frames_per_vote_;
     ezossl_tool::Block pending_{};

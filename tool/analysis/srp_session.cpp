@@ -1,0 +1,81 @@
+// Driving the SRP companion library through its public header.
+#include "analysis/srp_session.h"
+
+#include <cstdio>
+#include <map>
+
+#include "cli/errors.h"
+
+namespace ezossl_tool {
+namespace {
+
+constexpr double kCmPerMetre = 100.0;
+
+void Require(uint32_t status, const char* function) {
+    if (status != EZOSSL_SRP_RET_OK) throw LibraryRefusal(function, SrpStatusName(status), "");
+}
+
+}  // namespace
+
+std::string SrpStatusName(uint32_t status) {
+    static const std::map<uint32_t, const char*> names = {
+        {EZOSSL_SRP_RET_OK, "OK"},
+        {EZOSSL_SRP_RET_PERIOD_FULL, "PERIOD_FULL"},
+        {EZOSSL_SRP_RET_NULL_POINTER, "NULL_POINTER"},
+        {EZOSSL_SRP_RET_INVALID_HANDLE, "INVALID_HANDLE"},
+        {EZOSSL_SRP_RET_INVALID_SAMPLE_RATE, "INVALID_SAMPLE_RATE"},
+        {EZOSSL_SRP_RET_INVALID_POSITIONS, "INVALID_POSITIONS"},
+        {EZOSSL_SRP_RET_COINCIDENT_MICS, "COINCIDENT_MICS"},
+        {EZOSSL_SRP_RET_ARRAY_TOO_SMALL, "ARRAY_TOO_SMALL"},
+        {EZOSSL_SRP_RET_ARRAY_TOO_LARGE, "ARRAY_TOO_LARGE"},
+        {EZOSSL_SRP_RET_INVALID_BAND, "INVALID_BAND"},
+        {EZOSSL_SRP_RET_INVALID_FRAMES, "INVALID_FRAMES"},
+        {EZOSSL_SRP_RET_INVALID_TEMPERATURE, "INVALID_TEMPERATURE"},
+        {EZOSSL_SRP_RET_INVALID_THRESHOLD, "INVALID_THRESHOLD"},
+        {EZOSSL_SRP_RET_SILENT, "SILENT"},
+        {EZOSSL_SRP_RET_NO_BLOCKS, "NO_BLOCKS"},
+    };
+    const auto found = names.find(status);
+    if (found != names.end()) return found->second;
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", status);
+    return text;
+}
+
+SrpSession::SrpSession(const LibrarySettings& settings) {
+    EzoSslSrpSetup setup{};
+    setup.sample_rate = settings.sample_rate;
+    const MicPositions positions = MicrophonePositionsM(settings.array);
+    for (size_t mic = 0; mic < positions.size(); ++mic) {
+        setup.mic_pos_cm[2 * mic] = static_cast<float>(positions[mic].x * kCmPerMetre);
+        setup.mic_pos_cm[2 * mic + 1] = static_cast<float>(positions[mic].y * kCmPerMetre);
+    }
+    setup.temperature_c = static_cast<float>(settings.temperature_c);
+    setup.frames_per_period = static_cast<uint32_t>(settings.frames_per_vote);
+    setup.level_threshold_db = static_cast<float>(settings.threshold_db);
+    const uint32_t words = (EzoSslSrp_GetBufferSize() + sizeof(uint64_t) - 1) / sizeof(uint64_t);
+    buffer_ = std::make_unique<uint64_t[]>(words);
+    uint32_t status = EZOSSL_SRP_RET_OK;
+    handle_ = EzoSslSrp_Init(buffer_.get(), &setup, &status);
+    if (!handle_) Require(status, "EzoSslSrp_Init");
+}
+
+void SrpSession::Process(const Block& block) {
+    const uint32_t status = EzoSslSrp_Process(handle_, block.data());
+    if (status != EZOSSL_SRP_RET_PERIOD_FULL) Require(status, "EzoSslSrp_Process");
+}
+
+SrpPeriod SrpSession::CloseVotingPeriod() {
+    EzoSslSrpResult result{};
+    const uint32_t status = EzoSslSrp_GetDirection(handle_, &result);
+    if (status != EZOSSL_SRP_RET_SILENT && status != EZOSSL_SRP_RET_NO_BLOCKS)
+        Require(status, "EzoSslSrp_GetDirection");
+    SrpPeriod period;
+    period.status = status;
+    if (status == EZOSSL_SRP_RET_OK) period.degrees = result.direction_deg;
+    period.confidence = result.confidence;
+    period.level_dbfs = result.level_dbfs;
+    return period;
+}
+
+}  // namespace ezossl_tool
