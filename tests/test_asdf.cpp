@@ -24,49 +24,29 @@ Channels IndependentNoise(uint64_t seed) {
     return out;
 }
 
-TEST(Asdf, SearchesTwoScoresPastThoseItFills) {
-    // Bounds 3, 5, 7. Pair 0 compares channel 0 with itself: its lag-0 score (index bound - 1) is
-    // exactly 0 and found first, giving -1. The other pairs only reach the two zero scores left
-    // past the filled ones, giving bound - 1.
-    WorkingBuffer buffer;
-    SslHandle* h = InitQuietly(buffer, DefaultInit(16000, 5.0f, 1));
-    const auto got = SearchBlock(h, IndependentNoise(21));
-    EXPECT_EQ(got[0], -1);
-    EXPECT_EQ(got[1], 4);
-    EXPECT_EQ(got[2], 6);
-}
-
-TEST(Asdf, BoundOneSearchesThreeScores) {
-    WorkingBuffer buffer;
-    SslHandle* h = InitQuietly(buffer, DefaultInit(8000, 1.0f, 1));  // bounds 1, 1, 1
-    ASSERT_EQ(h->max_delay[2], 1);
-    const auto got = SearchBlock(h, IndependentNoise(4));
-    EXPECT_EQ(got[0], -1) << "lag 0 of channel 0 with itself is score 0";
-    EXPECT_EQ(got[1], 0);
-    EXPECT_EQ(got[2], 0);
-}
-
-TEST(Asdf, SilenceFindsTheFirstScore) {
-    WorkingBuffer buffer;
-    SslHandle* h = InitQuietly(buffer, DefaultInit(16000, 5.0f, 1));
-    const auto got = SearchBlock(h, Channels(kChannels, std::vector<double>(kBlockSamples, 0.0)));
-    EXPECT_EQ(got[0], -3);
-    EXPECT_EQ(got[1], -5);
-    EXPECT_EQ(got[2], -7);
-}
-
-TEST(Asdf, BoundsBeyondTheScoreArrayAreClamped) {
-    // A 50 cm spacing at 48 kHz gives bounds of 70 samples and more; the search stays within
-    // its 30 scores (the sanitizer run would catch an overrun) and answers within +-14.
-    WorkingBuffer buffer;
-    SslHandle* h = InitQuietly(buffer, DefaultInit(48000, 50.0f, 1));
-    ASSERT_GT(h->max_delay[0], 14);
-    const auto got = SearchBlock(h, IndependentNoise(9));
-    EXPECT_EQ(got[0], -1);
-    EXPECT_EQ(got[1], 13);
-    EXPECT_EQ(got[2], 13);
-    h->max_delay[1] = -200;  // a microphone far left of microphone 0
-    EXPECT_EQ(SearchBlock(h, IndependentNoise(9))[1], 14);
+TEST(Asdf, KnownAnswersOfTheSearchAndItsBoundClamp) {
+    // Pair 0 compares channel 0 with itself: its lag-0 score (index bound - 1) is exactly 0 and
+    // found first, giving -1. With independent noise the other pairs only reach the two zero
+    // scores left past the filled ones, giving bound - 1; silence finds the first score, -bound.
+    // Bounds over 14 are clamped to the 30 scores (the sanitizer run would catch an overrun).
+    // A seed of 0 stands for silence.
+    const struct { const char* name; uint32_t rate; float distance_cm; uint64_t seed; int32_t expected[3]; } cases[] = {
+        {"bounds 3, 5, 7", 16000, 5.0f, 21, {-1, 4, 6}},
+        {"bounds 1, 1, 1", 8000, 1.0f, 4, {-1, 0, 0}},
+        {"silence", 16000, 5.0f, 0, {-3, -5, -7}},
+        {"bounds 70 and more", 48000, 50.0f, 9, {-1, 13, 13}},
+    };
+    for (const auto& c : cases) {
+        WorkingBuffer buffer;
+        SslHandle* h = InitQuietly(buffer, DefaultInit(c.rate, c.distance_cm, 1));
+        const Channels channels = c.seed ? IndependentNoise(c.seed) : Channels(kChannels, std::vector<double>(kBlockSamples));
+        const auto got = SearchBlock(h, channels);
+        for (int p = 0; p < 3; ++p) EXPECT_EQ(got[p], c.expected[p]) << c.name << ", pair " << p;
+        if (c.rate == 48000) {
+            h->max_delay[1] = -200;  // a microphone far left of microphone 0
+            EXPECT_EQ(SearchBlock(h, channels)[1], 14);
+        }
+    }
 }
 
 }  // namespace

@@ -25,16 +25,15 @@ class SolverFixture : public testing::Test {
 };
 
 TEST_F(SolverFixture, WinnersNeedStrictlyMoreVotesAndTheirGate) {
+    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "bin 0 with no votes is below its gate of 2";
     for (int p = 0; p < 3; ++p) Votes(p, {{2, 5}, {6, 5}, {9, 4}});
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
     for (int p = 0; p < 3; ++p) EXPECT_EQ(h_->solver.vote_winner[p], 2) << "ties keep the lower bin";
-
     Votes(1, {{9, 5}});
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1) << "a tie with the rejected bin keeps the candidate";
     Votes(1, {{9, 6}});
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "rejected frames are the majority";
     EXPECT_EQ(h_->solver.vote_winner[1], 9);
-
     Votes(1, {{9, 0}});
     h_->solver.vote_gate[2] = 6;
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "5 votes below a gate of 6";
@@ -42,15 +41,13 @@ TEST_F(SolverFixture, WinnersNeedStrictlyMoreVotesAndTheirGate) {
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
 }
 
-TEST_F(SolverFixture, EmptyPeriodWinsNothingUnlessTheGatesAreZero) {
-    EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 0) << "bin 0 with no votes is below its gate of 2";
+TEST_F(SolverFixture, EmptyPeriodWithZeroGatesWinsAPathDifferenceOfNaN) {
     for (int32_t& gate : h_->solver.vote_gate) gate = 0;  // voting lengths below 32 frames
     EXPECT_EQ(ezossl::Votes_FindWinners(h_->voting, h_->solver), 1);
     // 0 / 0 votes: the NaN difference fails both range tests and is kept as "beyond the limit".
     ezossl::Votes_ToPathDifference(346.0f / 16000.0f, h_->max_delay, h_->voting, h_->solver);
     EXPECT_TRUE(std::isnan(h_->solver.path_difference[0]));
-    EXPECT_EQ(h_->solver.pair_status[0], 1);
-    EXPECT_EQ(h_->solver.pair_valid[0], 1);
+    EXPECT_TRUE(h_->solver.pair_status[0] == 1 && h_->solver.pair_valid[0] == 1);
 }
 
 TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
@@ -60,15 +57,12 @@ TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
         int32_t status;
         int32_t valid;
     } cases[] = {{2.0f, 0, 1}, {-3.0f, 0, 1}, {4.0f, 1, 1}, {-6.0f, 1, 1}, {6.5f, 2, 0}, {-7.0f, 2, 0}};
+    const float metres_per_sample = 346.0f / 16000.0f;
     for (const auto& c : cases) {
-        ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
-        for (int p = 0; p < 3; ++p) {
-            h_->solver.vote_winner[p] = 5;
-            h_->voting.vote_count[p][5] = 4;
-            h_->voting.delay_sum[p][5] = 4 * c.mean_delay;
-        }
-        ezossl::Votes_ToPathDifference(346.0f / 16000.0f, h_->max_delay, h_->voting, h_->solver);
-        const float metres_per_sample = 346.0f / 16000.0f;
+        h_->solver.vote_winner[0] = 5;
+        h_->voting.vote_count[0][5] = 4;
+        h_->voting.delay_sum[0][5] = 4 * c.mean_delay;
+        ezossl::Votes_ToPathDifference(metres_per_sample, h_->max_delay, h_->voting, h_->solver);
         EXPECT_FLOAT_EQ(h_->solver.path_difference[0], c.mean_delay * metres_per_sample) << c.mean_delay;
         EXPECT_FLOAT_EQ(h_->solver.path_limit[0], 3 * metres_per_sample);
         EXPECT_FLOAT_EQ(h_->solver.path_tolerance[0], 6 * metres_per_sample);
@@ -77,45 +71,29 @@ TEST_F(SolverFixture, PathDifferencesAreMeanWinningDelaysInMetres) {
     }
 }
 
-// A linear array along x with the given per-pair path differences, all pairs usable.
-float SolveLinear(SslHandle* h, const float difference[3], const int32_t valid[3] = nullptr) {
-    h->geometry.array_geometry = 0;
-    for (int p = 0; p < 3; ++p) {
-        h->geometry.relative_array_pos[p] = {0.05f * (p + 1), 0.0f};
-        h->solver.path_difference[p] = difference[p];
-        h->solver.pair_valid[p] = valid ? valid[p] : 1;
-    }
-    if (ezossl::Pairs_ToCosines(h->geometry, h->solver) == 0) return NAN;
-    return ezossl::Direction_Solve(h->geometry, h->solver);
-}
-
-TEST_F(SolverFixture, LinearArrayAnglesFollowTheWeightedCosine) {
-    const struct {
-        float cosine;
-        float degrees;
-    } cases[] = {{0.0f, 0.0f}, {1.0f, -90.0f}, {-1.0f, 90.0f}, {1.2f, -90.0f}, {0.5f, -30.0000019f}};
+TEST_F(SolverFixture, LinearArrayAnglesFollowTheWeightedCosineOfTheValidPairs) {
+    // Pairs 5, 10 and 15 cm along x; path difference = spacing * cosine.
+    // An angle of NaN: no usable pair, no solution.
+    const struct { float cosine[3]; int32_t valid[3]; float degrees; } cases[] = {
+        {{0, 0, 0}, {1, 1, 1}, 0.0f}, {{1, 1, 1}, {1, 1, 1}, -90.0f}, {{-1, -1, -1}, {1, 1, 1}, 90.0f},
+        {{1.2f, 1.2f, 1.2f}, {1, 1, 1}, -90.0f}, {{0.5f, 0.5f, 0.5f}, {1, 1, 1}, -30.0000019f},
+        // Cosines 0.2, 0.3, 0.7: mean 0.4, weights 5, 10, 3.33 by inverse distance to the mean.
+        {{0.2f, 0.3f, 0.7f}, {1, 1, 1}, -20.20954f}, {{0, 1, 0}, {0, 1, 0}, -90.0f}, {{0, 1, 0}, {0, 0, 0}, NAN},
+    };
     for (const auto& c : cases) {
         ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
-        const float difference[3] = {0.05f * c.cosine, 0.10f * c.cosine, 0.15f * c.cosine};
-        EXPECT_NEAR(SolveLinear(h_, difference), c.degrees, 1e-5f) << c.cosine;
+        h_->geometry.array_geometry = 0;
+        for (int p = 0; p < 3; ++p) {
+            h_->geometry.relative_array_pos[p] = {0.05f * (p + 1), 0.0f};
+            h_->solver.path_difference[p] = 0.05f * (p + 1) * c.cosine[p];
+            h_->solver.pair_valid[p] = c.valid[p];
+        }
+        const bool usable = ezossl::Pairs_ToCosines(h_->geometry, h_->solver) != 0;
+        EXPECT_EQ(usable, !std::isnan(c.degrees)) << c.degrees;
+        if (usable) {
+            EXPECT_NEAR(ezossl::Direction_Solve(h_->geometry, h_->solver), c.degrees, 1e-4f) << c.cosine[0];
+        }
     }
-}
-
-TEST_F(SolverFixture, LinearArrayWeighsPairsByInverseDistanceToTheMean) {
-    // Cosines 0.2, 0.3, 0.7: mean 0.4, weights 5, 10, 3.33; the weighted mean leans to 0.3.
-    const float difference[3] = {0.05f * 0.2f, 0.10f * 0.3f, 0.15f * 0.7f};
-    const float angle = SolveLinear(h_, difference);
-    const double weighted = (5.0 * 0.2 + 10.0 * 0.3 + (1.0 / 0.3) * 0.7) / (5.0 + 10.0 + 1.0 / 0.3);
-    EXPECT_NEAR(angle, std::acos(weighted) * 180.0 / 3.1415926 - 90.0, 1e-3);
-}
-
-TEST_F(SolverFixture, LinearArrayUsesOnlyValidPairsAndNeedsOne) {
-    const float difference[3] = {0.0f, 0.10f, 0.0f};
-    const int32_t only_middle[3] = {0, 1, 0};
-    EXPECT_NEAR(SolveLinear(h_, difference, only_middle), -90.0f, 1e-6f);
-    ezossl::Voting_Reset(h_->voting, h_->activity, h_->solver);
-    const int32_t none[3] = {0, 0, 0};
-    EXPECT_TRUE(std::isnan(SolveLinear(h_, difference, none))) << "no usable pair: no solution";
 }
 
 TEST_F(SolverFixture, PlanarAnglesGrowCounterClockwiseFromMinus90AtPlusX) {
@@ -125,6 +103,10 @@ TEST_F(SolverFixture, PlanarAnglesGrowCounterClockwiseFromMinus90AtPlusX) {
         int32_t degrees;
     } cases[] = {{1, 0, -90}, {0, 1, 0}, {-1, 0, 90}, {0, -1, 180}, {1, 1, -45}, {1, -1, 225}, {-1, -1, 135}};
     h_->geometry.array_geometry = 1;
+    for (int p = 0; p < 3; ++p) h_->solver.pair_valid[p] = 1;
+    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 1);
+    h_->solver.pair_valid[2] = 0;
+    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 0) << "a planar array needs every pair";
     // Projection rows pick path differences 0 and 1 as x and y.
     const float projection[2][3] = {{1, 0, 0}, {0, 1, 0}};
     std::memcpy(h_->geometry.plane_projection, projection, sizeof(projection));
@@ -137,14 +119,6 @@ TEST_F(SolverFixture, PlanarAnglesGrowCounterClockwiseFromMinus90AtPlusX) {
         EXPECT_EQ(h_->solver.plane_vector[0], c.x);
         EXPECT_EQ(h_->solver.plane_vector[1], c.y);
     }
-}
-
-TEST_F(SolverFixture, PlanarArrayNeedsEveryPair) {
-    h_->geometry.array_geometry = 1;
-    for (int p = 0; p < 3; ++p) h_->solver.pair_valid[p] = 1;
-    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 1);
-    h_->solver.pair_valid[2] = 0;
-    EXPECT_EQ(ezossl::Pairs_ToCosines(h_->geometry, h_->solver), 0);
 }
 
 TEST_F(SolverFixture, LevelTestReplacesTheEnergyByItsLevelInDb) {

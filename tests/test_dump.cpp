@@ -50,45 +50,25 @@ class Dump : public testing::Test {
     SslHandle* h_ = nullptr;
 };
 
-TEST_F(Dump, MissingDirectoryRefusesInitAndReset) {
-    ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    ScopedEnv path("AUDIO_DUMP_PATH", "/nonexistent/ezossl-dumps");
-    const SslInit init = DefaultInit();
-    for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
-        const std::string label = call == EzoSsl_Init ? "Init" : "Reset";
-        SslHandle* handle = buffer_.handle();
-        EXPECT_EQ(CaptureOutput([&] { handle = call(buffer_.data(), &init); }),
-                  InitPreamble() + "[ALGO_MSG_ERR] [SSL][" + label +
-                      "]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n");
-        EXPECT_EQ(handle, nullptr);
-    }
-}
-
-TEST_F(Dump, UncreatableFileNamesItsIndexAndRefusesInit) {
+TEST_F(Dump, MissingDirectoryOrUncreatableFileRefusesInitAndReset) {
     fs::create_directory(File(2));  // a directory where file 2 should go
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
     const SslInit init = DefaultInit();
-    SslHandle* handle = buffer_.handle();
-    EXPECT_EQ(CaptureOutput([&] { handle = EzoSsl_Init(buffer_.data(), &init); }),
-              InitPreamble() + "[ALGO_MSG_ERR] [SSL] [Init] Fail! The dump input file 2 could not be open\n");
-    EXPECT_EQ(handle, nullptr);
+    for (bool missing : {true, false}) {
+        ScopedEnv path("AUDIO_DUMP_PATH", missing ? "/nonexistent/ezossl-dumps" : dir_.path());
+        for (auto* call : {EzoSsl_Init, EzoSsl_Reset}) {
+            const std::string label = call == EzoSsl_Init ? "Init" : "Reset";
+            SslHandle* handle = buffer_.handle();
+            EXPECT_EQ(CaptureOutput([&] { handle = call(buffer_.data(), &init); }),
+                      InitPreamble() + (missing ? "[ALGO_MSG_ERR] [SSL][" + label + "]Fail! Dump path /nonexistent/ezossl-dumps/ doesn't exist!\t\n"
+                                                : "[ALGO_MSG_ERR] [SSL] [" + label + "] Fail! The dump input file 2 could not be open\n"));
+            EXPECT_EQ(handle, nullptr);
+        }
+    }
     h_ = buffer_.handle();  // files 0 and 1 stay open until the tear-down's Free
 }
 
-TEST_F(Dump, InitOpensFourFilesThatFreeClosesWhileTheSwitchReadsOne) {
-    {
-        ScopedEnv on("AUDIO_SSL_DUMP", "1");
-        Ready();
-    }
-    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(fs::file_size(File(m)), 0u) << m;
-    EzoSsl_Free(h_);
-    EXPECT_NE(h_->dump_file[0], nullptr) << "switch gone: Free leaves the files";
-    ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    EzoSsl_Free(h_);
-    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(h_->dump_file[m], nullptr) << m;
-}
-
-TEST_F(Dump, DefaultDirectoryIsTheWorkingDirectory) {
+TEST_F(Dump, InitOpensFourFilesInTheWorkingDirectoryThatFreeClosesWhileTheSwitchReadsOne) {
     const fs::path before = fs::current_path();
     fs::current_path(dir_.path());
     {
@@ -97,62 +77,43 @@ TEST_F(Dump, DefaultDirectoryIsTheWorkingDirectory) {
         Ready();
     }
     fs::current_path(before);
-    for (int m = 0; m < kChannels; ++m) EXPECT_TRUE(fs::exists(File(m))) << m;
-}
-
-TEST_F(Dump, EachFileHoldsItsChannelOfEverySuccessfulRun) {
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(fs::file_size(File(m)), 0u) << m;
+    EzoSsl_Free(h_);
+    EXPECT_NE(h_->dump_file[0], nullptr) << "switch gone: Free leaves the files";
     ScopedEnv on("AUDIO_SSL_DUMP", "1");
-    Ready();
-    for (int i = 0; i < 10; ++i) ASSERT_EQ(Run(i), SSL_RET_OK);
-    for (int m = 0; m < kChannels; ++m) {
-        const auto samples = Dumped(m);
-        ASSERT_EQ(samples.size() * 2, 2560u) << m;
-        for (int i = 0; i < 10; ++i) {
-            for (int n = 0; n < kBlockSamples; ++n) ASSERT_EQ(samples[i * 128 + n], Sample(i, n, m)) << m << " " << i;
-        }
-    }
+    EzoSsl_Free(h_);
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(h_->dump_file[m], nullptr) << m;
 }
 
-TEST_F(Dump, SwitchesOnAndOffBetweenRuns) {
+TEST_F(Dump, TheSwitchIsFollowedBetweenRunsAndFilesHoldTheirChannel) {
     Ready();
     Run(0);
     EXPECT_TRUE(fs::is_empty(dir_.path())) << "off at Init";
     {
         ScopedEnv on("AUDIO_SSL_DUMP", "1");
-        Run(1);
-        Run(2);
+        for (int i : {1, 2, 3}) ASSERT_EQ(Run(i), SSL_RET_OK);
         ScopedEnv off("AUDIO_SSL_DUMP", "0");
-        Run(3);
+        Run(4);
         EXPECT_EQ(h_->dump_file[0], nullptr);
     }
     for (int m = 0; m < kChannels; ++m) {
         const auto samples = Dumped(m);
-        ASSERT_EQ(samples.size(), 256u) << "blocks 1 and 2 only";
-        EXPECT_EQ(samples[128], Sample(2, 0, m));
+        ASSERT_EQ(samples.size(), 384u) << "blocks 1 to 3 only";
+        for (int i = 0; i < 384; ++i) ASSERT_EQ(samples[i], Sample(1 + i / 128, i % 128, m)) << m << " " << i;
     }
-}
-
-TEST_F(Dump, RemovingTheVariableStopsWritingButKeepsTheMode) {
     {
         ScopedEnv on("AUDIO_SSL_DUMP", "1");
-        Ready();
-        Run(0);
+        Run(5);  // reopens, emptying the files
     }
-    Run(1);
-    Run(2);
+    Run(6);  // the variable is gone: no more writing, but the mode stays
     EXPECT_EQ(h_->flags.dump_mode, 1);
-    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(Dumped(m).size(), 128u) << m;
-}
-
-TEST_F(Dump, UnknownValueIsReportedOnceAndFramesGoOn) {
-    Ready();
     ScopedEnv odd("AUDIO_SSL_DUMP", "3");
     std::string printed;
-    EXPECT_EQ(Run(0, &printed), SSL_RET_OK);
+    EXPECT_EQ(Run(7, &printed), SSL_RET_OK);
     EXPECT_EQ(printed, "[ALGO_MSG_ERR] [SSL] [Run] Fail! [EzoSsl_Run] Dump export error\t\n");
-    EXPECT_EQ(Run(1, &printed), SSL_RET_OK);
+    EXPECT_EQ(Run(8, &printed), SSL_RET_OK);
     EXPECT_EQ(printed, "") << "the value is remembered";
-    EXPECT_TRUE(fs::is_empty(dir_.path()));
+    for (int m = 0; m < kChannels; ++m) EXPECT_EQ(Dumped(m).size(), 128u) << m;
 }
 
 TEST_F(Dump, FilesThatCannotBeOpenedWhileRunningRefuseTheFrame) {

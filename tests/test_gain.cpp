@@ -19,11 +19,7 @@ uint32_t ApplyGain(SslHandle* handle, Block& block, int32_t gain) {
 }
 
 TEST(DigitalGain, ScalesTruncatesAndWrapsEverySample) {
-    const struct {
-        int16_t sample;
-        int32_t gain;
-        int16_t result;
-    } cases[] = {
+    const struct { int16_t sample; int32_t gain; int16_t result; } cases[] = {
         {16384, 6, 32690},    // factor 1.9952624
         {20000, 6, -25631},   // 39905 wraps around
         {1, 120, 16960},      // 1000000, low 16 bits
@@ -36,9 +32,7 @@ TEST(DigitalGain, ScalesTruncatesAndWrapsEverySample) {
         SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
         Block block = Filled(c.sample);
         ASSERT_EQ(ApplyGain(handle, block, c.gain), SSL_RET_OK);
-        for (size_t n = 0; n < block.size(); ++n) {
-            ASSERT_EQ(block[n], c.result) << c.sample << " at " << c.gain << " dB, slot " << n;
-        }
+        EXPECT_EQ(block, Filled(c.result)) << c.sample << " at " << c.gain << " dB";
     }
 }
 
@@ -52,31 +46,9 @@ TEST(DigitalGain, OutOfRangeGainIsRefusedAndChangesNothing) {
     for (int32_t gain : {121, -121, INT32_MAX, INT32_MIN}) {
         const Printed result = Call([&] { return EzoSsl_ApplyDigitalGain(handle, block.data(), gain); });
         EXPECT_EQ(result.status, SSL_RET_INVALID_GAIN) << gain;
-        EXPECT_EQ(result.output,
-                  "[ALGO_MSG_ERR] [SSL][ApplyDigitalGain]Fail! Gain value must be set between -120 to 120!  \t\n")
-            << gain;
-        EXPECT_EQ(block, before) << gain;
-        EXPECT_EQ(handle->gain.gain_db, 6) << gain;
-        EXPECT_EQ(handle->gain.gain_linear, factor) << gain;
+        EXPECT_EQ(result.output, "[ALGO_MSG_ERR] [SSL][ApplyDigitalGain]Fail! Gain value must be set between -120 to 120!  \t\n");
+        EXPECT_TRUE(block == before && handle->gain.gain_db == 6 && handle->gain.gain_linear == factor) << gain;
     }
-}
-
-TEST(DigitalGain, FactorIsComputedOnlyWhenTheGainChanges) {
-    WorkingBuffer buffer;
-    SslHandle* handle = ReadyHandle(buffer, DefaultInit(), 1);
-    Block block = Filled(100);
-    // 0 dB is the gain Init stores: its factor is not recomputed either.
-    handle->gain.gain_linear = 3.0f;
-    ASSERT_EQ(ApplyGain(handle, block, 0), SSL_RET_OK);
-    EXPECT_EQ(block[0], 300);
-
-    ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
-    EXPECT_EQ(handle->gain.gain_db, -6);
-    EXPECT_NEAR(handle->gain.gain_linear, 0.5011872f, 1e-7f);
-    handle->gain.gain_linear = 2.0f;  // a factor that -6 dB could not give
-    block = Filled(100);
-    ASSERT_EQ(ApplyGain(handle, block, -6), SSL_RET_OK);
-    EXPECT_EQ(block[511], 200);
 }
 
 }  // namespace

@@ -31,70 +31,50 @@ constexpr const char* kRunResetMappingFirst = "[ALGO_MSG_ERR]  [SSL] [Run] Fail!
 constexpr const char* kResetMappingRunFirst = "[ALGO_MSG_ERR] [SSL] [ResetMapping] Fail! Please call EzoSsl_Run first!\t\n";
 constexpr const char* kGetDirectionRunFirst = "[ALGO_MSG_ERR] [SSL] [GetDirection] Fail! Please call EzoSsl_Run first!\t\n";
 
-TEST_F(RunSequence, RunAfterGetDirectionWaitsForResetMapping) {
-    Ready();
-    for (int i = 0; i < 4; ++i) ASSERT_EQ(Run().status, SSL_RET_OK);
-    GetDirection();
-    EXPECT_EQ(h_->flags.direction_flag, 1);
-    EXPECT_EQ(h_->flags.mapping_flag, 2);
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        const Printed refused = Run();
-        EXPECT_EQ(refused.status, SSL_RET_RUN_STATE_ERROR);
-        EXPECT_EQ(refused.output, kRunGetDirectionFirst);
+TEST_F(RunSequence, PeriodCallsAndTheirRefusalsInOrder) {
+    // Steps: R Run, G Get_Direction, M Reset_Mapping, I a fresh Init to Cal_Params (D: in bf_mode 1),
+    // 0 / 1 params_flag cleared / set. Output nullptr: not compared.
+    struct Step {
+        char op;
+        uint32_t status = SSL_RET_OK;
+        const char* output = nullptr;
+    };
+    constexpr uint32_t kOk = SSL_RET_OK, kState = SSL_RET_RUN_STATE_ERROR, kOrder = SSL_RET_CALL_ORDER_ERROR;
+    const char* kGetBfMode = "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The bf_mode is 1, You don't need to call EzoSsl_Get_Direction!\t\n";
+    const char* kResetBfMode = "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The bf_mode is 1, You don't need to call EzoSsl_ResetVoting!\t\n";
+    const struct { const char* name; std::vector<Step> steps; } sequences[] = {
+        {"Get_Direction holds Run until Reset_Mapping; refused Runs block that too, until Init",
+         {{'I'}, {'R'}, {'R'}, {'G', SSL_RET_NO_DIRECTION}, {'R', kState, kRunGetDirectionFirst}, {'R', kState, kRunGetDirectionFirst},
+          {'M', kOrder, kResetMappingRunFirst}, {'R', kState, kRunGetDirectionFirst}, {'I'}, {'R'}}},
+        {"Reset_Mapping opens the next period, also without Get_Direction",
+         {{'I'}, {'R'}, {'G', SSL_RET_NO_DIRECTION}, {'M', kOk, ""}, {'R'}, {'M', kOk, ""}, {'R'}}},
+        {"Reset_Mapping before any Run blocks the handle until Init",
+         {{'I'}, {'M', kOrder, kResetMappingRunFirst}, {'R', kState, kRunResetMappingFirst}, {'M', kOrder, kResetMappingRunFirst},
+          {'R', kState, kRunResetMappingFirst}}},
+        {"a refused Run blocks Get_Direction after an earlier success",
+         {{'I'}, {'R'}, {'0'}, {'R', kOrder}, {'1'}, {'G', kOrder, kGetDirectionRunFirst}}},
+        {"delay mode runs but refuses Reset_Mapping", {{'D'}, {'R'}, {'M', SSL_RET_INVALID_BF_MODE, kResetBfMode},
+                                                       {'R', kState, kRunResetMappingFirst}}},
+        {"delay mode runs but refuses Get_Direction", {{'D'}, {'R'}, {'G', SSL_RET_INVALID_BF_MODE, kGetBfMode},
+                                                       {'R', kState, kRunGetDirectionFirst}}},
+    };
+    for (const auto& sequence : sequences) {
+        for (size_t i = 0; i < sequence.steps.size(); ++i) {
+            const Step& step = sequence.steps[i];
+            Printed result{SSL_RET_OK, ""};
+            switch (step.op) {
+                case 'I': Ready(); continue;
+                case 'D': Ready(1); continue;
+                case '0': h_->flags.params_flag = 0; continue;
+                case '1': h_->flags.params_flag = 1; continue;
+                case 'R': result = Run(); break;
+                case 'G': result = GetDirection(); break;
+                default: result = ResetMapping(); break;
+            }
+            EXPECT_EQ(result.status, step.status) << sequence.name << ", step " << i;
+            EXPECT_EQ(result.output, step.output ? step.output : result.output) << sequence.name << ", step " << i;
+        }
     }
-    // The refused Runs cleared the run flag, so Reset_Mapping now asks for a Run...
-    const Printed reset = ResetMapping();
-    EXPECT_EQ(reset.status, SSL_RET_CALL_ORDER_ERROR);
-    EXPECT_EQ(reset.output, kResetMappingRunFirst);
-    // ...which stays refused: the handle is blocked until Init or Reset.
-    EXPECT_EQ(Run().output, kRunGetDirectionFirst);
-    const SslInit init = DefaultInit(16000, 5.0f);
-    CaptureOutput([&] { EzoSsl_Reset(buffer_.data(), &init); });
-    h_ = ReadyHandle(buffer_, init, 0);
-    EXPECT_EQ(Run().status, SSL_RET_OK);
-}
-
-TEST_F(RunSequence, ResetMappingOpensTheNextPeriod) {
-    Ready();
-    for (int i = 0; i < 4; ++i) Run();
-    GetDirection();
-    const Printed reset = ResetMapping();
-    EXPECT_EQ(reset.status, SSL_RET_OK);
-    EXPECT_EQ(reset.output, "");
-    EXPECT_EQ(h_->flags.direction_flag, 2);
-    EXPECT_EQ(h_->flags.mapping_flag, 1);
-    for (int p = 0; p < 3; ++p) {
-        for (int k = 0; k < 10; ++k) EXPECT_EQ(h_->voting.vote_count[p][k], 0);
-    }
-    EXPECT_EQ(Run().status, SSL_RET_OK);
-    // Reset_Mapping may also discard a period without a Get_Direction.
-    EXPECT_EQ(ResetMapping().status, SSL_RET_OK);
-    EXPECT_EQ(Run().status, SSL_RET_OK);
-}
-
-TEST_F(RunSequence, ResetMappingBeforeAnyRunBlocksTheHandleUntilInit) {
-    Ready();
-    const Printed reset = ResetMapping();
-    EXPECT_EQ(reset.status, SSL_RET_CALL_ORDER_ERROR);
-    EXPECT_EQ(reset.output, kResetMappingRunFirst);
-    EXPECT_EQ(h_->flags.mapping_flag, 0);
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        const Printed run = Run();
-        EXPECT_EQ(run.status, SSL_RET_RUN_STATE_ERROR);
-        EXPECT_EQ(run.output, kRunResetMappingFirst);
-        EXPECT_EQ(ResetMapping().output, kResetMappingRunFirst);
-    }
-}
-
-TEST_F(RunSequence, RefusedRunBlocksGetDirectionAfterEarlierSuccess) {
-    Ready();
-    ASSERT_EQ(Run().status, SSL_RET_OK);
-    h_->flags.params_flag = 0;
-    Run();
-    h_->flags.params_flag = 1;
-    const Printed get = GetDirection();
-    EXPECT_EQ(get.status, SSL_RET_CALL_ORDER_ERROR);
-    EXPECT_EQ(get.output, kGetDirectionRunFirst);
 }
 
 TEST_F(RunSequence, ModeOneRefusesAfterTheFramesAdvanced) {
@@ -115,25 +95,6 @@ TEST_F(RunSequence, ModeOneRefusesAfterTheFramesAdvanced) {
     EXPECT_EQ(get.status, SSL_RET_CALL_ORDER_ERROR) << "the refused Run left no run to close";
     h_->flags.run_flag = 1;
     EXPECT_EQ(GetDirection().output, "[ALGO_MSG_ERR] [SSL]  Fail! This lib does not include mode 1\t\n");
-}
-
-TEST_F(RunSequence, DelayModeRunsButRefusesThePeriodCalls) {
-    Ready(1);
-    ASSERT_EQ(Run().status, SSL_RET_OK);
-    EXPECT_EQ(h_->voting.vote_count[0][9] + h_->voting.vote_count[0][4], 0) << "no votes in bf_mode 1";
-    const Printed reset = ResetMapping();
-    EXPECT_EQ(reset.status, SSL_RET_INVALID_BF_MODE);
-    EXPECT_EQ(reset.output,
-              "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The bf_mode is 1, You don't need to call EzoSsl_ResetVoting!\t\n");
-    EXPECT_EQ(Run().output, kRunResetMappingFirst);
-
-    Ready(1);
-    ASSERT_EQ(Run().status, SSL_RET_OK);
-    const Printed get = GetDirection();
-    EXPECT_EQ(get.status, SSL_RET_INVALID_BF_MODE);
-    EXPECT_EQ(get.output,
-              "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The bf_mode is 1, You don't need to call EzoSsl_Get_Direction!\t\n");
-    EXPECT_EQ(Run().output, kRunGetDirectionFirst);
 }
 
 TEST_F(RunSequence, NewVotingLengthClearsTheVotesAtTheNextRun) {

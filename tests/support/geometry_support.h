@@ -23,13 +23,6 @@ inline Printed Call(const std::function<uint32_t()>& fn) {
     return result;
 }
 
-// Init, Config and Set_Shape with the given geometry (0 linear, 1 circular).
-inline SslHandle* InitWithShape(WorkingBuffer& buffer, const SslInit& init, uint32_t geometry) {
-    SslHandle* handle = InitAndConfigure(buffer, init);
-    EXPECT_EQ(Call([&] { return EzoSsl_Set_Shape(handle, geometry); }).status, SSL_RET_OK);
-    return handle;
-}
-
 // Every field the shape and calibration calls write, copied for a later comparison.
 struct GeometrySnapshot {
     ezossl::Geometry geometry;

@@ -25,11 +25,9 @@ std::vector<double> NoiseSource::White(int length, double amplitude) {
 
 std::vector<int16_t> InterleaveBlock(const Channels& channels, int block) {
     std::vector<int16_t> out(kBlockSamples * kChannels);
-    for (int n = 0; n < kBlockSamples; ++n) {
-        for (int c = 0; c < kChannels; ++c) {
-            const double v = std::round(channels[c][block * kBlockSamples + n]);
-            out[kChannels * n + c] = static_cast<int16_t>(std::fmax(-32768.0, std::fmin(32767.0, v)));
-        }
+    for (int i = 0; i < kBlockSamples * kChannels; ++i) {
+        const double v = std::round(channels[i % kChannels][block * kBlockSamples + i / kChannels]);
+        out[i] = static_cast<int16_t>(std::fmax(-32768.0, std::fmin(32767.0, v)));
     }
     return out;
 }

@@ -58,32 +58,17 @@ SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t 
     return handle;
 }
 
-namespace {
-
-SslHandle* Calibrate(SslHandle* handle, const std::function<uint32_t()>& set_shape) {
-    uint32_t shape = 1;
-    uint32_t params = 1;
+SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry, int32_t direction_frame_num,
+                       int32_t threshold_db, const float* positions_cm) {
+    SslHandle* handle = InitAndConfigure(buffer, init, direction_frame_num, threshold_db);
+    uint32_t shape = 1, params = 1;
     CaptureOutput([&] {
-        shape = set_shape();
+        shape = positions_cm ? EzoSsl_Set_ArbitraryShape(handle, positions_cm) : EzoSsl_Set_Shape(handle, array_geometry);
         params = EzoSsl_Cal_Params(handle);
     });
     EXPECT_EQ(shape, SSL_RET_OK);
     EXPECT_EQ(params, SSL_RET_OK);
     return handle;
-}
-
-}  // namespace
-
-SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry,
-                       int32_t direction_frame_num, int32_t threshold_db) {
-    SslHandle* handle = InitAndConfigure(buffer, init, direction_frame_num, threshold_db);
-    return Calibrate(handle, [&] { return EzoSsl_Set_Shape(handle, array_geometry); });
-}
-
-SslHandle* ReadyArbitraryHandle(WorkingBuffer& buffer, const SslInit& init, const float positions_cm[8],
-                                int32_t direction_frame_num, int32_t threshold_db) {
-    SslHandle* handle = InitAndConfigure(buffer, init, direction_frame_num, threshold_db);
-    return Calibrate(handle, [&] { return EzoSsl_Set_ArbitraryShape(handle, positions_cm); });
 }
 
 }  // namespace ezossl_test

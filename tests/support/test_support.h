@@ -47,23 +47,16 @@ class ScopedEnv {
   public:
     ScopedEnv(const char* name, std::optional<std::string> value) : name_(name) {
         if (const char* old = std::getenv(name)) old_ = old;
-        if (value) {
-            setenv(name, value->c_str(), 1);
-        } else {
-            unsetenv(name);
-        }
+        Set(value);
     }
-    ~ScopedEnv() {
-        if (old_) {
-            setenv(name_.c_str(), old_->c_str(), 1);
-        } else {
-            unsetenv(name_.c_str());
-        }
-    }
+    ~ScopedEnv() { Set(old_); }
     ScopedEnv(const ScopedEnv&) = delete;
     ScopedEnv& operator=(const ScopedEnv&) = delete;
 
   private:
+    void Set(const std::optional<std::string>& value) const {
+        value ? setenv(name_.c_str(), value->c_str(), 1) : unsetenv(name_.c_str());
+    }
     std::string name_;
     std::optional<std::string> old_;
 };
@@ -96,13 +89,9 @@ SslHandle* InitQuietly(WorkingBuffer& buffer, const SslInit& init);
 SslHandle* InitAndConfigure(WorkingBuffer& buffer, const SslInit& init, int32_t direction_frame_num = 32,
                             int32_t threshold_db = -80);
 
-// Init, Config (25 degrees, threshold_db, voting length), Set_Shape and Cal_Params, silently;
-// fails the test if any step refuses.
-SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry,
-                       int32_t direction_frame_num = 32, int32_t threshold_db = -80);
-
-// The same with four microphone positions (x, y in cm) through Set_ArbitraryShape.
-SslHandle* ReadyArbitraryHandle(WorkingBuffer& buffer, const SslInit& init, const float positions_cm[8],
-                                int32_t direction_frame_num = 32, int32_t threshold_db = -80);
+// Init, Config (25 degrees, threshold_db, voting length), Set_Shape (or, given four microphone
+// positions x, y in cm, Set_ArbitraryShape) and Cal_Params, silently; fails the test if any step refuses.
+SslHandle* ReadyHandle(WorkingBuffer& buffer, const SslInit& init, uint32_t array_geometry, int32_t direction_frame_num = 32,
+                       int32_t threshold_db = -80, const float* positions_cm = nullptr);
 
 }  // namespace ezossl_test
