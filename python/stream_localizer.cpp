@@ -74,11 +74,11 @@ void StreamLocalizer::ClosePeriod(std::vector<PeriodRow>& periods) {
     row.start_s = Seconds(frames_run_ - period_frames_);
     row.frames = period_frames_;
     if (srp_) {
-        const ezossl_tool::SrpPeriod period = srp_->CloseVotingPeriod();
-        row.status = ezossl_tool::SrpStatusName(period.status);
-        row.direction_deg = period.degrees.value_or(kNaN);
-        row.confidence = period.confidence;
-        row.level_dbfs = period.level_dbfs;
+        const ezossl_tool::SrpDirection srp = srp_->ClosePeriod();
+        row.status = ezossl_tool::SrpStatusName(srp.status);
+        row.direction_deg = srp.degrees.value_or(kNaN);
+        row.confidence = srp.confidence;
+        row.level_dbfs = srp.level_dbfs;
     } else {
         const ezossl_tool::PeriodDirection direction = specified_->CloseVotingPeriod();
         row.status = ezossl_tool::StatusName(direction.status);

@@ -1,4 +1,4 @@
-// Driving the SRP companion library through its public header.
+// Driving the SRP library through its public header: Init from the tool's settings, blocks, periods.
 #include "analysis/srp_session.h"
 
 #include <cstdio>
@@ -11,13 +11,7 @@ namespace {
 
 constexpr double kCmPerMetre = 100.0;
 
-void Require(uint32_t status, const char* function) {
-    if (status != EZOSSL_SRP_RET_OK) throw LibraryRefusal(function, SrpStatusName(status), "");
-}
-
-}  // namespace
-
-std::string SrpStatusName(uint32_t status) {
+const std::map<uint32_t, const char*>& SrpStatusNames() {
     static const std::map<uint32_t, const char*> names = {
         {EZOSSL_SRP_RET_OK, "OK"},
         {EZOSSL_SRP_RET_PERIOD_FULL, "PERIOD_FULL"},
@@ -35,20 +29,26 @@ std::string SrpStatusName(uint32_t status) {
         {EZOSSL_SRP_RET_SILENT, "SILENT"},
         {EZOSSL_SRP_RET_NO_BLOCKS, "NO_BLOCKS"},
     };
-    const auto found = names.find(status);
-    if (found != names.end()) return found->second;
+    return names;
+}
+
+}  // namespace
+
+std::string SrpStatusName(uint32_t status) {
+    const auto found = SrpStatusNames().find(status);
+    if (found != SrpStatusNames().end()) return found->second;
     char text[16];
     std::snprintf(text, sizeof text, "0x%08X", status);
     return text;
 }
 
 SrpSession::SrpSession(const LibrarySettings& settings) {
-    EzoSslSrpSetup setup{};
+    EzoSslSrpSetup setup = {};
     setup.sample_rate = settings.sample_rate;
-    const MicPositions positions = MicrophonePositionsM(settings.array);
-    for (size_t mic = 0; mic < positions.size(); ++mic) {
-        setup.mic_pos_cm[2 * mic] = static_cast<float>(positions[mic].x * kCmPerMetre);
-        setup.mic_pos_cm[2 * mic + 1] = static_cast<float>(positions[mic].y * kCmPerMetre);
+    const MicPositions mics = MicrophonePositionsM(settings.array);
+    for (int i = 0; i < EZOSSL_MIC_NUM; ++i) {
+        setup.mic_pos_cm[2 * i] = static_cast<float>(mics[i].x * kCmPerMetre);
+        setup.mic_pos_cm[2 * i + 1] = static_cast<float>(mics[i].y * kCmPerMetre);
     }
     setup.temperature_c = static_cast<float>(settings.temperature_c);
     setup.frames_per_period = static_cast<uint32_t>(settings.frames_per_vote);
@@ -57,25 +57,19 @@ SrpSession::SrpSession(const LibrarySettings& settings) {
     buffer_ = std::make_unique<uint64_t[]>(words);
     uint32_t status = EZOSSL_SRP_RET_OK;
     handle_ = EzoSslSrp_Init(buffer_.get(), &setup, &status);
-    if (!handle_) Require(status, "EzoSslSrp_Init");
+    if (!handle_) throw LibraryRefusal("EzoSslSrp_Init", SrpStatusName(status), "");
 }
 
-void SrpSession::Process(const Block& block) {
-    const uint32_t status = EzoSslSrp_Process(handle_, block.data());
-    if (status != EZOSSL_SRP_RET_PERIOD_FULL) Require(status, "EzoSslSrp_Process");
-}
+void SrpSession::Process(const Block& block) { EzoSslSrp_Process(handle_, block.data()); }
 
-SrpPeriod SrpSession::CloseVotingPeriod() {
-    EzoSslSrpResult result{};
-    const uint32_t status = EzoSslSrp_GetDirection(handle_, &result);
-    if (status != EZOSSL_SRP_RET_SILENT && status != EZOSSL_SRP_RET_NO_BLOCKS)
-        Require(status, "EzoSslSrp_GetDirection");
-    SrpPeriod period;
-    period.status = status;
-    if (status == EZOSSL_SRP_RET_OK) period.degrees = result.direction_deg;
-    period.confidence = result.confidence;
-    period.level_dbfs = result.level_dbfs;
-    return period;
+SrpDirection SrpSession::ClosePeriod() {
+    EzoSslSrpResult result = {};
+    SrpDirection direction;
+    direction.status = EzoSslSrp_GetDirection(handle_, &result);
+    if (direction.status == EZOSSL_SRP_RET_OK) direction.degrees = result.direction_deg;
+    direction.confidence = result.confidence;
+    direction.level_dbfs = result.level_dbfs;
+    return direction;
 }
 
 }  // namespace ezossl_tool
