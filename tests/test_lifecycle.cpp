@@ -108,6 +108,14 @@ TEST(Init, FillsDefaults) {
     for (int i = 0; i < 7; ++i) EXPECT_EQ(flags[i], expected_flags[i]) << "flag " << i;
 }
 
+// A buffer that never went through Init holds garbage where the dump streams would be.
+TEST(Free, LeavesABufferThatNeverWentThroughInitAlone) {
+    ScopedEnv dump("AUDIO_SSL_DUMP", "1");
+    WorkingBuffer buffer;
+    std::memset(buffer.data(), 0xA5, BufferSize());
+    EXPECT_EQ(CaptureOutput([&] { EXPECT_EQ(EzoSsl_Free(buffer.handle()), SSL_RET_OK); }), "");
+}
+
 TEST(Init, DefaultDelayBoundsFollowTheLinearSpacing) {
     const struct {
         float cm;

@@ -1,4 +1,6 @@
 // The message level: which file is read, which values count, and what each level lets through.
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "common/msg_level.h"
@@ -71,6 +73,19 @@ TEST(MessageLevel, MissingFileGivesTheDefaultWithoutAnyMessage) {
     uint32_t level = 0;
     EXPECT_EQ(CaptureOutput([&] { level = ezossl::LoadMessageLevel(); }), "");
     EXPECT_EQ(level, 7u);
+}
+
+// Only a small regular file is read; a FIFO (which blocked forever), a device, a directory or
+// an oversized file counts as a file that cannot be read.
+TEST(MessageLevel, OnlyASmallRegularFileIsRead) {
+    TempDir dir;
+    const std::string fifo = dir.File("fifo.json");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::string padded = R"({"debug_level": 1, "pad": ")" + std::string(64 * 1024, 'x') + "\"}";
+    for (const std::string& path : {fifo, std::string("/dev/zero"), dir.path(), dir.Write("big.json", padded)}) {
+        ScopedEnv level_path("DML_PATH", path);
+        EXPECT_EQ(ezossl::LoadMessageLevel(), 7u) << path;
+    }
 }
 
 TEST(MessageLevel, EachLevelLetsThroughItsKindsOfMessage) {

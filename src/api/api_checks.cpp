@@ -48,6 +48,10 @@ uint32_t CheckCallOrder(const SslHandle& handle, const ApiSite& site, uint32_t n
     return SSL_RET_OK;
 }
 
+bool CarriesHandleMagic(const SslHandle& handle) {
+    return std::memcmp(handle.handle_magic, kHandleMagic, sizeof(kHandleMagic)) == 0;
+}
+
 uint32_t SslHandleCheck(const SslHandle* handle, uint32_t level, const char* label) {
     if (handle->settings.point_number != kPointNumber) {
         SslError(level, "[%s] %s[BF] [%s] Fail! This library only support %d point number!!\r\n",
@@ -59,7 +63,7 @@ uint32_t SslHandleCheck(const SslHandle* handle, uint32_t level, const char* lab
                  static_cast<int>(kMicNum));
         return SSL_RET_INVALID_MIC_NUMBER;
     }
-    if (std::memcmp(handle->handle_magic, kHandleMagic, sizeof(kHandleMagic)) != 0) {
+    if (!CarriesHandleMagic(*handle)) {
         SslError(level, "[%s] %s[BF][%s] Fail! The handle pointer seems to be dirty!!\r\n", label);
         return SSL_RET_INVALID_HANDLE;
     }

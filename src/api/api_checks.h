@@ -31,6 +31,9 @@ uint32_t RefuseNull(const char* format, uint32_t status);
 // Tests the call-order flags named in needs; 0 when all are met.
 uint32_t CheckCallOrder(const SslHandle& handle, const ApiSite& site, uint32_t needs);
 
+// True when Init or Reset has written the magic word (the buffer may still be corrupted).
+bool CarriesHandleMagic(const SslHandle& handle);
+
 // The common handle test: point number, microphone number, magic word.
 uint32_t SslHandleCheck(const SslHandle* handle, uint32_t level, const char* label);
 

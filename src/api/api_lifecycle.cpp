@@ -110,7 +110,8 @@ SslHandle* EzoSsl_Reset(void* working_buffer, const SslInit* ssl_init) {
 uint32_t EzoSsl_Free(SslHandle* handle) {
     if (!handle) return RefuseNull("[%s] %s [SSL] [Free] Fail! The handle is null!\t\n", SSL_RET_INVALID_HANDLE);
     Qel_rdft_free(&handle->fft);
-    InputDump_CloseOnFree(handle);
+    // A buffer that never went through Init holds no streams, only whatever bytes were there.
+    if (CarriesHandleMagic(*handle)) InputDump_CloseOnFree(handle);
     return SSL_RET_OK;
 }
 

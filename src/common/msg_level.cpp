@@ -17,6 +17,8 @@ constexpr uint32_t kOpenMode = 0644;
 constexpr int32_t kSeekStart = 0;
 constexpr int32_t kSeekEnd = 2;
 constexpr size_t kPathCapacity = 128;
+// A level file holds one small JSON object; anything larger is not one and is not read at all.
+constexpr int32_t kMaxLevelFileBytes = 64 * 1024;
 
 bool IsAcceptedLevel(int value) { return value == 15 || value == 7 || value == 3 || value == 1; }
 
@@ -55,7 +57,7 @@ uint32_t LoadMessageLevel() {
 
     const int32_t size = TovFsSeek(file, 0, kSeekEnd);
     TovFsSeek(file, 0, kSeekStart);
-    if (size > 0) {
+    if (size > 0 && size <= kMaxLevelFileBytes) {
         // The buffer holds exactly the file's bytes, no terminating zero: parse by length.
         auto* text = static_cast<char*>(TovOsMemAlloc(static_cast<uint32_t>(size)));
         if (text) {

@@ -2,6 +2,7 @@
 #include "tov_os.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,9 +10,16 @@
 extern "C" {
 
 int32_t TovFsOpen(TovFsHandle* handle, const char* path, uint32_t /*flags*/, uint32_t /*mode*/) {
-    // The device layer's flag word asks for read access; here that is all it can mean.
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    // The device layer's flag word asks for read access of a configuration file. Only a regular
+    // file qualifies: a FIFO or a device named by the path would stall or flood the caller, so it
+    // is opened without blocking and refused after a look at what was actually opened.
+    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (fd < 0) return -1;
+    struct stat info;
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        close(fd);
+        return -1;
+    }
     *handle = fd;
     return 0;
 }

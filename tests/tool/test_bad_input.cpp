@@ -1,6 +1,12 @@
 // User mistakes: each ends with one line on standard error naming problem and fix, and an exit code.
+#include <fcntl.h>
 #include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -44,6 +50,15 @@ const BadInput kBadInputs[] = {
      "cannot open the truth file \"none.csv\" (check the path)"},
     {"malformed_truth", Args(Locate("good.wav"), {"--truth", "notes.txt"}), kFailure,
      "notes.txt line 1: expected \"time_s,azimuth_deg\" numbers, as ezossl simulate writes them"},
+    {"truth_not_a_number", Args(Locate("good.wav"), {"--truth", "nan.csv"}), kFailure,
+     "nan.csv line 2: \"0,nan\" is not a finite time and azimuth; give numbers as ezossl simulate writes them"},
+    {"truth_endless", Args(Locate("good.wav"), {"--truth", "/dev/zero"}), kFailure,
+     "the truth file \"/dev/zero\" is larger than 16 MB, too large for a truth CSV (check the path)"},
+    {"recording_is_a_device", Locate("/dev/zero", Args(kUca, {"--raw", "--rate", "16000", "--channels", "4"})), kFailure,
+     "\"/dev/zero\" is not a regular file; save the recording to a file first"},
+    {"rate_zero_in_header", Locate("rate0.wav"), kFailure,
+     "\"rate0.wav\" is a WAV file whose header gives 0 Hz and 4 channels; repair the header, or read the samples with "
+     "--raw --rate HZ --channels N"},
     // Array descriptions.
     {"too_few_positions", Locate("good.wav", {"--array", "1,2,3"}), kUsage,
      "--array \"1,2,3\": found 3 numbers, need 8; expected ula, uca or four x,y positions in cm, e.g. --array \"0,0 4,0 4,4 0,4\""},
@@ -65,6 +80,21 @@ const BadInput kBadInputs[] = {
     {"microphone_left_of_zero", Locate("good.wav", {"--array", "4,0 0,0 0,4 4,4"}), kUsage,
      "--array: microphone 1 at (0, 0) cm lies left of microphone 0 at (4, 0) cm, and the library then finds no "
      "direction; number the microphones so that microphone 0 has the smallest x (reorder --array and --map alike)"},
+    {"array_far_too_wide", Locate("good.wav", {"--array", "0,0 1e30,0 4,4 0,4"}), kUsage,
+     "--array: the microphones are up to 1e+30 cm apart, far larger than any array the library handles; positions are in cm"},
+    {"coincident_in_single_precision", Locate("good.wav", {"--array", "0,0 1e-300,0 2e-300,0 3e-300,0"}), kUsage,
+     "--array: microphones 0 and 1 at (0, 0) and (1e-300, 0) cm are one position in the library's single precision; "
+     "give each microphone its own position"},
+    {"nearly_collinear", Locate("good.wav", {"--array", "0,0 4,0 8,0.001 12,0"}), kUsage,
+     "--array: the microphones lie within 0.0011 cm of one line, less than the 2.16 cm sound travels in one sample at "
+     "16000 Hz, so directions across it cannot be told apart; move them at least 2.16 cm off the line, or give all "
+     "four the same y for a linear array"},
+    {"distance_in_metres", Locate("good.wav", {"--array", "uca", "--distance", "0.04"}), kUsage,
+     "--distance 0.04 cm puts the microphone pairs at most 0.04 cm apart, less than the 2.16 cm sound travels in one "
+     "sample at 16000 Hz, so every direction looks alike; --distance is in cm, e.g. --distance 6.5"},
+    {"positions_too_close", Simulate({"--array", "0,0 0.1,0 0.1,0.1 0,0.1"}), kUsage,
+     "--array puts the microphone pairs at most 0.14 cm apart, less than the 2.16 cm sound travels in one sample at "
+     "16000 Hz, so every direction looks alike; positions are in cm, e.g. --array \"0,0 4,0 4,4 0,4\""},
     {"array_too_wide", Locate("good.wav", {"--array", "ula", "--distance", "100"}), kUsage,
      "the array spans 300.0 cm, which sound crosses in 139 samples at 16000 Hz; the library handles less than 124, "
      "so use a smaller array or a lower rate"},
@@ -72,6 +102,8 @@ const BadInput kBadInputs[] = {
     {"map_beyond_channels", Args(Locate("six.wav"), {"--map", "1,2,3,7"}), kUsage, "--map: six.wav has channels 1 to 6, not 7"},
     {"map_repeats_channel", Args(Locate("six.wav"), {"--map", "1,2,2,3"}), kUsage,
      "--map: channel 2 is given twice; each microphone needs its own channel"},
+    {"map_beyond_long", Args(Locate("six.wav"), {"--map", "99999999999999999999,2,3,4"}), kUsage,
+     "--map: six.wav has channels 1 to 6, not 99999999999999999999"},
     {"map_too_short", Args(Locate("six.wav"), {"--map", "1,2,3"}), kUsage,
      "--map \"1,2,3\": give four channel numbers separated by commas, e.g. --map 1,2,3,4"},
     // Library settings the library would clamp or wrap silently.
@@ -90,6 +122,13 @@ const BadInput kBadInputs[] = {
      "--raw needs --rate HZ and --channels N, the file has no header to tell them"},
     {"rate_without_raw", Args(Locate("good.wav"), {"--rate", "16000"}), kUsage,
      "--rate and --channels describe headerless PCM; use them with --raw"},
+    {"raw_rate_zero", Args(Locate("good.wav"), {"--raw", "--rate", "0", "--channels", "4"}), kUsage,
+     "--rate 0 Hz is not one the library supports; choose 8000, 16000, 32000 or 48000 Hz (resample the recording first)"},
+    {"raw_rate_huge", Args(Locate("good.wav"), {"--raw", "--rate", "4294967295", "--channels", "4"}), kUsage,
+     "--rate 4294967295 Hz is not one the library supports; choose 8000, 16000, 32000 or 48000 Hz (resample the "
+     "recording first)"},
+    {"raw_channels_huge", Args(Locate("good.wav"), {"--raw", "--rate", "16000", "--channels", "100000"}), kUsage,
+     "--channels must lie between 1 and 1024, got 100000"},
     {"raw_24_bits", Args(Locate("good.wav"), {"--raw", "--rate", "16000", "--channels", "4", "--bits", "24"}), kUsage,
      "--bits 24 is not supported; headerless PCM must be 16 or 32 bits"},
     // Outputs that cannot be written.
@@ -110,6 +149,34 @@ const BadInput kBadInputs[] = {
      "--sweep \"0-90\": give start and end azimuths in degrees, e.g. --sweep -90:270"},
     {"simulate_path_backwards", Simulate(Args(kUca, {"--path", "0:0,2:90,1:180"})), kUsage,
      "--path \"0:0,2:90,1:180\": times must increase from pair to pair"},
+    {"simulate_level_nan", Simulate(Args(kUca, {"--level", "nan"})), kUsage,
+     "--level must be a finite number of dBFS, 0 or lower, got nan"},
+    {"simulate_snr_infinite", Simulate(Args(kUca, {"--snr", "inf"})), kUsage, "--snr must be a finite number of dB, got inf"},
+    {"simulate_azimuth_nan", Simulate(Args(kUca, {"--azimuth", "nan"})), kUsage,
+     "--azimuth: azimuths must be finite numbers of degrees between -3600 and 3600, got nan"},
+    {"simulate_azimuth_huge", Simulate(Args(kUca, {"--azimuth", "1e308"})), kUsage,
+     "--azimuth: azimuths must be finite numbers of degrees between -3600 and 3600, got 1e+308"},
+    {"simulate_sweep_nan", Simulate(Args(kUca, {"--sweep", "nan:0"})), kUsage,
+     "--sweep \"nan:0\": azimuths must be finite numbers of degrees between -3600 and 3600, got nan"},
+    {"simulate_path_nan", Simulate(Args(kUca, {"--path", "0:nan"})), kUsage,
+     "--path \"0:nan\": azimuths must be finite numbers of degrees between -3600 and 3600, got nan"},
+    {"simulate_temperature_nan", Simulate(Args(kUca, {"--temperature", "nan"})), kUsage,
+     "--temperature must lie between 0 and 60 deg C, got nan"},
+    {"simulate_temperature_below_zero", Simulate(Args(kUca, {"--temperature", "-600"})), kUsage,
+     "--temperature must lie between 0 and 60 deg C, got -600"},
+    {"simulate_source_not_a_number", Simulate(Args(kUca, {"--signal-file", "nan.wav", "--duration", "0.1"})), kFailure,
+     "the source file \"nan.wav\" holds 2 samples that are not finite numbers (NaN or infinity); repair it or choose another"},
+    {"simulate_distance_in_metres", Simulate({"--array", "uca", "--distance", "1e-30"}), kUsage,
+     "--distance 1e-30 cm puts the microphone pairs at most 1e-30 cm apart, less than the 2.16 cm sound travels in one "
+     "sample at 16000 Hz, so every direction looks alike; --distance is in cm, e.g. --distance 6.5"},
+    {"simulate_truth_is_the_recording", {"simulate", "a.wav", "--truth", "./a.wav", "--array", "uca", "--distance", "6.5"},
+     kUsage, "--truth must name a different file than the recording"},
+    {"simulate_duration_below_a_block", Simulate(Args(kUca, {"--duration", "1e-9"})), kUsage,
+     "--duration 1e-09 s is shorter than one block of 128 samples (0.008 s at 16000 Hz); give at least 0.008"},
+    {"simulate_room_too_slow",
+     Simulate(Args(kUca, {"--duration", "0.5", "--room", "1x1x1", "--rt60", "1", "--source-distance", "0.2"})), kUsage,
+     "--rt60 1 s in a 1x1x1 m room with 1 source position(s) means about 695 million reflections to render, more than "
+     "300 million; use --rt60 0.76 or less, a larger --room, or a steadier source"},
     {"simulate_zero_duration", Simulate(Args(kUca, {"--duration", "0"})), kUsage,
      "--duration must be more than 0 and at most 600 s, got 0"},
     {"simulate_room_too_dry", Simulate(Args(kUca, {"--rt60", "0.05"})), kUsage,
@@ -135,6 +202,30 @@ class BadInputTest : public ToolTest, public ::testing::WithParamInterface<BadIn
         WriteAudioOfShape("six.wav", 16000, 6, 4096);
         WriteAudioOfShape("cd.wav", 44100, 4, 4096);
         WriteAudioOfShape("empty.wav", 16000, 4, 0);
+        WriteFile("nan.csv", "time_s,azimuth_deg\n0,nan\n");
+        WriteNanWav("nan.wav");
+        WriteRateZeroWav("rate0.wav");
+    }
+
+    // A float recording of four channels with two samples that are not numbers.
+    void WriteNanWav(const std::string& name) {
+        std::vector<float> samples(4 * 16000, 0.25f);
+        samples[5] = samples[4000] = std::nanf("");
+        SF_INFO info{};
+        info.samplerate = 16000;
+        info.channels = 4;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        SNDFILE* file = sf_open(Path(name).c_str(), SFM_WRITE, &info);
+        sf_writef_float(file, samples.data(), 16000);
+        sf_close(file);
+    }
+
+    // A 16-bit WAV whose header claims a sample rate of 0 Hz.
+    void WriteRateZeroWav(const std::string& name) {
+        WriteAudioOfShape(name, 16000, 4, 4096);
+        std::fstream file(Path(name), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(24);
+        file.write("\0\0\0\0", 4);
     }
 
     void WriteAudioOfShape(const std::string& name, int rate, int channels, size_t frames) {
@@ -176,6 +267,26 @@ TEST_F(LostData, FailedSimulateKeepsTheEarlierRecording) {
     EXPECT_FALSE(Exists("out.wav.tmp"));
     EXPECT_FALSE(Exists("out.truth.csv"));
     EXPECT_FALSE(Exists("out.truth.csv.tmp"));
+}
+
+// Outputs are written to what a path finally names: a link is followed, not replaced, and a
+// FIFO (like a device) is written in place.
+TEST_F(LostData, OutputsFollowLinksAndFillFifosInPlace) {
+    std::filesystem::create_symlink("real.wav", Path("link.wav"));
+    RunOk(Args({"simulate", "link.wav", "--duration", "0.2"}, kUca));
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link.wav")));
+    EXPECT_EQ(ReadAudio(Path("real.wav")).samples.size(), 3200u * 4);
+
+    ASSERT_EQ(mkfifo(Path("fifo.wav").c_str(), 0600), 0);
+    const int reader = open(Path("fifo.wav").c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    RunOk(Args({"simulate", "fifo.wav", "--duration", "0.2", "--truth", "t.csv"}, kUca));
+    std::string received(65536, '\0');   // the whole WAV fits the FIFO's buffer
+    const ssize_t got = read(reader, received.data(), received.size());
+    close(reader);
+    EXPECT_EQ(got, 44 + 3200 * 8);
+    EXPECT_EQ(received.substr(0, 4), "RIFF");
+    EXPECT_TRUE(std::filesystem::is_fifo(Path("fifo.wav")));
 }
 
 }  // namespace

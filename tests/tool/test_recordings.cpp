@@ -2,6 +2,7 @@
 // gain, long files; every form of the same sound must give the library the same samples.
 #include <sndfile.h>
 
+#include <cmath>
 #include <fstream>
 
 #include "tool_test_support.h"
@@ -98,7 +99,8 @@ TEST_F(Recordings, BytesShortOfAFrameAreReportedNotHidden) {
               "(check --channels and --bits)");
 }
 
-TEST_F(Recordings, FloatBeyondFullScaleIsClippedAndReported) {
+// NaN samples never reach a conversion to integers: they are read as 0 and counted.
+TEST_F(Recordings, FloatBeyondFullScaleOrNotANumberIsReported) {
     SF_INFO info{};
     info.samplerate = reference_.sample_rate;
     info.channels = 4;
@@ -107,10 +109,14 @@ TEST_F(Recordings, FloatBeyondFullScaleIsClippedAndReported) {
     ASSERT_NE(file, nullptr);
     std::vector<float> samples(reference_.samples.begin(), reference_.samples.end());
     for (float& s : samples) s *= 8.0f / 32768.0f;   // 18 dB beyond full scale
+    samples[0] = samples[7] = std::nanf("");
     sf_writef_float(file, samples.data(), static_cast<sf_count_t>(samples.size() / 4));
     sf_close(file);
     const RunResult result = RunOk(Args({"locate", "loud.wav", "--format", "csv"}, kUca));
     EXPECT_NE(result.err.find(" input samples beyond full scale were clipped to 16 bits"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("note: 2 input samples were not numbers (NaN) and were read as 0; check the recording"),
+              std::string::npos)
+        << result.err;
 }
 
 // The gain acts before the level test: a quiet scene becomes loud enough, and a gain that

@@ -18,6 +18,10 @@ constexpr double kCmPerMetre = 100.0;
 // solved by the library as an ill-conditioned plane or as a line along the wrong axis.
 constexpr double kCollinearTolerance = 1e-6;
 
+// Larger than any array the library can handle at any rate (its delay search spans less than
+// 124 samples: under 6 m even at 8000 Hz); beyond it the size, not the shape, is the problem.
+constexpr double kMaxArrayCm = 1000.0;
+
 const char* const kArrayHint = "expected ula, uca or four x,y positions in cm, e.g. --array \"0,0 4,0 4,4 0,4\"";
 
 std::string Lower(std::string text) {
@@ -44,12 +48,22 @@ std::vector<double> ParseNumbers(const std::string& text) {
 
 std::string PointText(Vec2 p) { return "(" + FormatNumber(p.x) + ", " + FormatNumber(p.y) + ")"; }
 
+// The library keeps positions in single precision: distinct doubles may meet there.
+bool SameInSinglePrecision(Vec2 a, Vec2 b) {
+    return static_cast<float>(a.x) == static_cast<float>(b.x) && static_cast<float>(a.y) == static_cast<float>(b.y);
+}
+
 void RequireDistinctPositions(const MicPositions& p) {
     for (int i = 0; i < EZOSSL_MIC_NUM; ++i) {
         for (int j = i + 1; j < EZOSSL_MIC_NUM; ++j) {
+            const std::string pair = "--array: microphones " + std::to_string(i) + " and " + std::to_string(j);
             if (p[i].x == p[j].x && p[i].y == p[j].y) {
-                throw UsageError("--array: microphones " + std::to_string(i) + " and " + std::to_string(j) +
-                                 " are both at " + PointText(p[i]) + " cm; give each microphone its own position");
+                throw UsageError(pair + " are both at " + PointText(p[i]) + " cm; give each microphone its own position");
+            }
+            if (SameInSinglePrecision(p[i], p[j])) {
+                throw UsageError(pair + " at " + PointText(p[i]) + " and " + PointText(p[j]) +
+                                 " cm are one position in the library's single precision; give each microphone its "
+                                 "own position");
             }
         }
     }
@@ -113,6 +127,11 @@ ArrayDescription ParsePositions(const std::string& text, std::optional<double> d
     ArrayDescription array;
     array.kind = ArrayKind::kArbitrary;
     for (int i = 0; i < EZOSSL_MIC_NUM; ++i) array.positions_cm[i] = {numbers[2 * i], numbers[2 * i + 1]};
+    const double span_cm = LargestDistance(array.positions_cm);
+    if (span_cm > kMaxArrayCm) {
+        throw UsageError("--array: the microphones are up to " + FormatNumber(span_cm) +
+                         " cm apart, far larger than any array the library handles; positions are in cm");
+    }
     RequireDistinctPositions(array.positions_cm);
     RequireSolvableLine(array.positions_cm);
     RequireMicrophoneZeroLeftmost(array.positions_cm);
@@ -129,6 +148,10 @@ ArrayDescription ParseArray(const std::string& text, std::optional<double> dista
     if (!(*distance_cm > 0.0) || !std::isfinite(*distance_cm)) {
         throw UsageError("--distance must be greater than 0 cm (" + std::string(meaning) + "), got " +
                          FormatNumber(*distance_cm));
+    }
+    if (*distance_cm > kMaxArrayCm) {
+        throw UsageError("--distance " + FormatNumber(*distance_cm) +
+                         " cm is far larger than any array the library handles; --distance is in cm");
     }
     ArrayDescription array;
     array.kind = kind == "ula" ? ArrayKind::kLinear : ArrayKind::kCircular;

@@ -15,6 +15,14 @@ struct LibraryOptions {
     int bf_mode = 0;
 };
 
+// The air temperatures the library's unsigned field can hold sensibly: 0 to 60 deg C.
+void RequireTemperature(double temperature_c);
+
+// Checks that the array can be resolved at this rate: its microphone pairs at least one sample
+// of delay apart, a planar array at least one sample across its line, and no pair beyond the
+// library's delay search. Throws UsageError.
+void RequireArrayFitsRate(const ArrayDescription& array, uint32_t sample_rate, double temperature_c);
+
 // Checks every value against what the library accepts (it would clamp or wrap some silently)
 // and that the array fits the library's delay search at this rate; throws UsageError.
 LibrarySettings MakeLibrarySettings(const LibraryOptions& options, const ArrayDescription& array,

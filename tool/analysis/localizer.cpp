@@ -43,6 +43,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
         result.periods.push_back(period);
     }
     result.clipped_samples = source.ClippedSamples();
+    result.nan_samples = source.NanSamples();
     result.wrapped_samples = session.WrappedSamples();
     return result;
 }
@@ -62,6 +63,10 @@ std::vector<std::string> InputNotes(const Localization& localization) {
     if (localization.clipped_samples > 0) {
         notes.push_back(std::to_string(localization.clipped_samples) +
                         " input samples beyond full scale were clipped to 16 bits");
+    }
+    if (localization.nan_samples > 0) {
+        notes.push_back(std::to_string(localization.nan_samples) +
+                        " input samples were not numbers (NaN) and were read as 0; check the recording");
     }
     if (localization.wrapped_samples > 0) {
         notes.push_back("the gain pushed " + std::to_string(localization.wrapped_samples) +

@@ -32,6 +32,7 @@ struct Localization {
     std::vector<PeriodResult> periods;   // empty when only delays were asked for
     int padded_instants = 0;             // zeros added to complete the last block
     int64_t clipped_samples = 0;         // input samples beyond 16 bits
+    int64_t nan_samples = 0;             // input samples that were not numbers, read as 0
     int64_t wrapped_samples = 0;         // samples the gain pushed beyond 16 bits
 
     double PeriodSeconds() const;

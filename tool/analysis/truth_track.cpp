@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cmath>
 #include <fstream>
+#include <sstream>
 
 #include "cli/errors.h"
 #include "report/number_format.h"
@@ -12,6 +14,8 @@ namespace ezossl_tool {
 namespace {
 
 constexpr const char* kHeader = "time_s,azimuth_deg";
+// A truth CSV has a row per change of position: far below this even for a day of sweeps.
+constexpr size_t kMaxTruthBytes = 16u << 20;
 
 bool ParseRow(const std::string& line, TruthPoint& point) {
     const size_t comma = line.find(',');
@@ -39,8 +43,20 @@ std::string TruthTrack::ToCsv() const {
 }
 
 TruthTrack ReadTruthTrack(const std::string& path) {
-    std::ifstream stream(path);
-    if (!stream) throw RunError("cannot open the truth file \"" + path + "\" (check the path)");
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw RunError("cannot open the truth file \"" + path + "\" (check the path)");
+    // Read with a bound: the path may name something endless, such as a device.
+    std::string text(kMaxTruthBytes + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(file.gcount()));
+    if (text.size() > kMaxTruthBytes) {
+        throw RunError("the truth file \"" + path + "\" is larger than 16 MB, too large for a truth CSV (check the path)");
+    }
+    return ParseTruthCsv(text, path);
+}
+
+TruthTrack ParseTruthCsv(const std::string& text, const std::string& path) {
+    std::istringstream stream(text);
     TruthTrack track;
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number) {
@@ -50,6 +66,11 @@ TruthTrack ReadTruthTrack(const std::string& path) {
         if (!ParseRow(line, point)) {
             throw RunError(path + " line " + std::to_string(number) + ": expected \"" + kHeader +
                            "\" numbers, as ezossl simulate writes them");
+        }
+        if (!std::isfinite(point.time_s) || !std::isfinite(point.azimuth_deg)) {
+            if (line.back() == '\r') line.pop_back();
+            throw RunError(path + " line " + std::to_string(number) + ": \"" + line +
+                           "\" is not a finite time and azimuth; give numbers as ezossl simulate writes them");
         }
         if (!track.points.empty() && point.time_s <= track.points.back().time_s) {
             throw RunError(path + " line " + std::to_string(number) + ": times must increase from row to row");

@@ -21,5 +21,7 @@ struct TruthTrack {
 
 // Reads and checks a truth CSV; throws RunError naming the file and line at fault.
 TruthTrack ReadTruthTrack(const std::string& path);
+// The same for the file's text; path only names it in messages.
+TruthTrack ParseTruthCsv(const std::string& text, const std::string& path);
 
 }  // namespace ezossl_tool

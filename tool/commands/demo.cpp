@@ -58,8 +58,11 @@ int RunDemo(const DemoOptions& options) {
     std::fprintf(Console::Out(), "%s\n\n", SceneText(setup).c_str());
     std::fflush(Console::Out());
 
-    RenderedScene scene = RenderScene(setup);
-    MemorySource source(std::move(scene.interleaved), setup.sample_rate);
+    std::vector<int16_t> recording;
+    const RenderedScene scene = RenderScene(setup, [&](const int16_t* interleaved, size_t frames) {
+        recording.insert(recording.end(), interleaved, interleaved + frames * EZOSSL_MIC_NUM);
+    });
+    MemorySource source(std::move(recording), setup.sample_rate);
     LibrarySettings settings;
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;

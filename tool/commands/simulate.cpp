@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "analysis/library_facts.h"
+#include "analysis/library_options.h"
 #include "cli/errors.h"
 #include "commands/commands.h"
 #include "io/audio_output.h"
@@ -25,6 +26,7 @@ std::string DefaultTruthPath(const std::string& output) {
 Trajectory MakeTrajectory(const SimulateOptions& options) {
     if (options.sweep) return ParseSweep(*options.sweep);
     if (options.path) return ParsePath(*options.path);
+    if (options.azimuth_deg) RequireAzimuth("--azimuth", *options.azimuth_deg);
     return Trajectory::Fixed(options.azimuth_deg.value_or(0.0));
 }
 
@@ -45,8 +47,10 @@ SceneSetup MakeScene(const SimulateOptions& options) {
         throw UsageError("--rate " + std::to_string(options.rate) + " Hz is not one the library supports; choose " +
                          SupportedRatesText());
     }
+    RequireTemperature(options.temperature_c);
     SceneSetup setup;
     setup.array = ParseArray(options.array.array, options.array.distance_cm);
+    RequireArrayFitsRate(setup.array, options.rate, options.temperature_c);
     setup.sample_rate = options.rate;
     setup.source.kind = ParseSignalKind(options.signal);
     setup.source.tone_hz = options.tone_hz;
@@ -66,17 +70,20 @@ SceneSetup MakeScene(const SimulateOptions& options) {
 
 int RunSimulate(const SimulateOptions& options) {
     const SceneSetup setup = MakeScene(options);
+    RequireRenderable(setup);
     const std::string truth_path = options.truth.value_or(DefaultTruthPath(options.output));
     if (options.signal_file) {
         RequireDistinctFiles(*options.signal_file, options.output);
         RequireDistinctFiles(*options.signal_file, truth_path);
     }
-    if (truth_path == options.output) throw UsageError("--truth must name a different file than the recording");
+    if (SameFile(truth_path, options.output)) throw UsageError("--truth must name a different file than the recording");
     OutputFile wav(options.output);
     OutputFile truth(truth_path);
 
-    const RenderedScene scene = RenderScene(setup);
-    WriteWav16(wav.TemporaryPath(), scene.interleaved, EZOSSL_MIC_NUM, setup.sample_rate);
+    WavWriter writer(wav.WritePath(), options.output, EZOSSL_MIC_NUM, setup.sample_rate, SceneFrames(setup));
+    const RenderedScene scene =
+        RenderScene(setup, [&](const int16_t* interleaved, size_t frames) { writer.Write(interleaved, frames); });
+    writer.Finish();
     truth.WriteText(scene.truth.ToCsv());
     wav.Commit();
     truth.Commit();

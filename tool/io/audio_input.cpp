@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <vector>
 
 #include "analysis/library_facts.h"
@@ -26,11 +27,33 @@ constexpr double kInt16Min = -kSampleFullScale;
 
 std::string Quoted(const std::string& path) { return "\"" + path + "\""; }
 
+// libsndfile channel limit.
+constexpr int kMaxChannels = 1024;
+
 void RequireReadableFile(const std::string& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) throw RunError("cannot open " + Quoted(path) + ": no such file (check the path)");
     if (fs::is_directory(status)) throw RunError(Quoted(path) + " is a directory, not a recording");
+    // A device or FIFO has no length to plan the periods by, and may never end.
+    if (!fs::is_regular_file(status)) {
+        throw RunError(Quoted(path) + " is not a regular file; save the recording to a file first");
+    }
+}
+
+// libsndfile refuses a WAV header with a zero sample rate or channel count only as "internal
+// error"; the canonical header tells which value is missing.
+void RequireWavHeaderValues(const std::string& path) {
+    unsigned char header[28] = {};
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(header), sizeof header);
+    if (std::memcmp(header, "RIFF", 4) != 0 || std::memcmp(header + 8, "WAVEfmt ", 8) != 0) return;
+    const uint32_t channels = header[22] | header[23] << 8;
+    const uint32_t rate = header[24] | header[25] << 8 | header[26] << 16 | uint32_t(header[27]) << 24;
+    if (channels == 0 || rate == 0) {
+        throw RunError(Quoted(path) + " is a WAV file whose header gives " + std::to_string(rate) + " Hz and " +
+                       std::to_string(channels) + " channels; repair the header, or read the samples with --raw "
+                       "--rate HZ --channels N");
+    }
 }
 
 SF_INFO RawFormat(const AudioInputOptions& options) {
@@ -40,7 +63,14 @@ SF_INFO RawFormat(const AudioInputOptions& options) {
     if (options.raw_bits != 16 && options.raw_bits != 32) {
         throw UsageError("--bits " + std::to_string(options.raw_bits) + " is not supported; headerless PCM must be 16 or 32 bits");
     }
-    if (*options.raw_channels < 1) throw UsageError("--channels must be at least 1");
+    if (!IsSupportedRate(*options.raw_rate)) {
+        throw UsageError("--rate " + std::to_string(*options.raw_rate) + " Hz is not one the library supports; choose " +
+                         SupportedRatesText() + " (resample the recording first)");
+    }
+    if (*options.raw_channels < 1 || *options.raw_channels > kMaxChannels) {
+        throw UsageError("--channels must lie between 1 and " + std::to_string(kMaxChannels) + ", got " +
+                         std::to_string(*options.raw_channels));
+    }
     SF_INFO info{};
     info.samplerate = static_cast<int>(*options.raw_rate);
     info.channels = *options.raw_channels;
@@ -75,8 +105,7 @@ class SndfileSource : public BlockSource {
         const sf_count_t got = sf_readf_float(file_, frames_.data(), EZOSSL_POINT_NUMBER);
         for (int n = 0; n < EZOSSL_POINT_NUMBER; ++n) {
             for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
-                block[n * EZOSSL_MIC_NUM + mic] =
-                    n < got ? FullScaleToInt16(frames_[n * info_.channels + map_[mic]], clipped_) : 0;
+                block[n * EZOSSL_MIC_NUM + mic] = n < got ? ToInt16(frames_[n * info_.channels + map_[mic]]) : 0;
             }
         }
         return static_cast<int>(got);
@@ -84,13 +113,24 @@ class SndfileSource : public BlockSource {
     uint32_t SampleRate() const override { return static_cast<uint32_t>(info_.samplerate); }
     int64_t TotalInstants() const override { return info_.frames; }
     int64_t ClippedSamples() const override { return clipped_; }
+    int64_t NanSamples() const override { return nan_; }
 
   private:
+    // A NaN has no value to keep: it becomes silence, and is counted for the summary.
+    int16_t ToInt16(float sample) {
+        if (std::isnan(sample)) {
+            ++nan_;
+            return 0;
+        }
+        return FullScaleToInt16(sample, clipped_);
+    }
+
     SNDFILE* file_;
     SF_INFO info_;
     ChannelMap map_;
     std::vector<float> frames_;
     int64_t clipped_ = 0;
+    int64_t nan_ = 0;
 };
 
 }  // namespace
@@ -114,6 +154,7 @@ std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options) {
     if (!file) {
         const std::string reason = sf_strerror(nullptr);
         if (options.raw) throw RunError("cannot read " + Quoted(options.path) + ": " + reason);
+        RequireWavHeaderValues(options.path);
         throw RunError(Quoted(options.path) + " is not a recording libsndfile can read (" + reason +
                        "); for headerless PCM add --raw --rate HZ --channels N");
     }

@@ -19,7 +19,7 @@ struct AudioInputOptions {
 };
 
 // A sample in full-scale units (-1 ... 1) as the library's 16 bits: rounded to nearest, clipped
-// beyond full scale with a count in clipped. The value must be finite.
+// beyond full scale (infinities too) with a count in clipped. The value must not be NaN.
 int16_t FullScaleToInt16(double sample, int64_t& clipped);
 
 // Opens and checks the recording: it exists, is audio, has a supported rate and four usable

@@ -23,6 +23,8 @@ class BlockSource {
     virtual int64_t TotalInstants() const = 0;
     // Samples that had to be clipped to 16 bits on the way in.
     virtual int64_t ClippedSamples() const { return 0; }
+    // Samples that were not numbers (NaN in a float recording), read as 0.
+    virtual int64_t NanSamples() const { return 0; }
 };
 
 // A recording already in memory, four channels interleaved.

@@ -12,15 +12,21 @@ namespace {
 
 const char* const kMapHint = "give four channel numbers separated by commas, e.g. --map 1,2,3,4";
 
-std::vector<long> ParseChannelNumbers(const std::string& text) {
-    std::vector<long> numbers;
+// The number as written, so that one too large for a long is still reported as typed.
+struct ChannelNumber {
+    long value;
+    std::string text;
+};
+
+std::vector<ChannelNumber> ParseChannelNumbers(const std::string& text) {
+    std::vector<ChannelNumber> numbers;
     std::istringstream stream(text);
     std::string item;
     while (std::getline(stream, item, ',')) {
         char* end = nullptr;
         const long number = std::strtol(item.c_str(), &end, 10);
         if (item.empty() || *end != '\0') throw UsageError("--map \"" + text + "\": " + kMapHint);
-        numbers.push_back(number);
+        numbers.push_back({number, item});
     }
     if (numbers.size() != EZOSSL_MIC_NUM) throw UsageError("--map \"" + text + "\": " + kMapHint);
     return numbers;
@@ -42,13 +48,13 @@ ChannelMap IdentityMap(int channels, const std::string& file) {
 
 ChannelMap ResolveChannelMap(const std::optional<std::string>& map_text, int channels, const std::string& file) {
     if (!map_text) return IdentityMap(channels, file);
-    const std::vector<long> numbers = ParseChannelNumbers(*map_text);
+    const std::vector<ChannelNumber> numbers = ParseChannelNumbers(*map_text);
     ChannelMap map{};
     for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
-        const long channel = numbers[mic];
+        const long channel = numbers[mic].value;
         if (channel < 1 || channel > channels) {
             throw UsageError("--map: " + file + " has channels 1 to " + std::to_string(channels) + ", not " +
-                             std::to_string(channel));
+                             numbers[mic].text);
         }
         for (int earlier = 0; earlier < mic; ++earlier) {
             if (map[earlier] == channel - 1) {

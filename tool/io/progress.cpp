@@ -11,9 +11,10 @@ constexpr double kMinimumSeconds = 60.0;
 }
 
 Progress::Progress(std::string label, int64_t total_instants, uint32_t sample_rate)
-    : label_(std::move(label)),
-      total_(total_instants),
-      shown_(isatty(STDERR_FILENO) && total_instants > kMinimumSeconds * sample_rate) {}
+    : Progress(std::move(label), total_instants, total_instants > kMinimumSeconds * sample_rate) {}
+
+Progress::Progress(std::string label, int64_t total, bool long_work)
+    : label_(std::move(label)), total_(total), shown_(isatty(STDERR_FILENO) && long_work && total > 0) {}
 
 Progress::~Progress() {
     if (shown_ && last_percent_ >= 0) std::fprintf(stderr, "\r\033[K");

@@ -1,4 +1,4 @@
-// A percentage on standard error while long recordings are analysed, for terminals only.
+// A percentage on standard error while long work runs, for terminals only.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,8 @@ class Progress {
   public:
     // Shown only when standard error is a terminal and the work spans more than a minute of audio.
     Progress(std::string label, int64_t total_instants, uint32_t sample_rate);
+    // Shown only when standard error is a terminal and the caller expects the work to be long.
+    Progress(std::string label, int64_t total, bool long_work);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

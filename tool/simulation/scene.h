@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -29,12 +30,21 @@ struct SceneSetup {
 };
 
 struct RenderedScene {
-    std::vector<int16_t> interleaved;    // four channels, microphone order
     TruthTrack truth;                    // the azimuth rendered from each time on
     int64_t clipped_samples = 0;
 };
 
-// Renders the scene; throws UsageError for scenes that cannot exist (source outside the room...).
-RenderedScene RenderScene(const SceneSetup& setup);
+// Receives the recording in order, a piece at a time: frames of four channels, interleaved.
+using SampleSink = std::function<void(const int16_t* interleaved, size_t frames)>;
+
+// Frames the scene will have.
+size_t SceneFrames(const SceneSetup& setup);
+
+// Refuses scenes that cannot exist or would take too long to render; throws UsageError.
+void RequireRenderable(const SceneSetup& setup);
+
+// Checks the scene and renders it into the sink; throws UsageError for scenes that cannot exist
+// (source outside the room...) or that would take too long to render.
+RenderedScene RenderScene(const SceneSetup& setup, const SampleSink& sink);
 
 }  // namespace ezossl_tool

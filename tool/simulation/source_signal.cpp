@@ -3,6 +3,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <random>
@@ -76,6 +77,12 @@ std::vector<double> ReadSourceFile(const std::string& path, uint32_t sample_rate
     }
     std::vector<double> frames(n * info.channels);
     sf_readf_double(file.get(), frames.data(), static_cast<sf_count_t>(n));
+    const size_t not_finite = static_cast<size_t>(
+        std::count_if(frames.begin(), frames.end(), [](double v) { return !std::isfinite(v); }));
+    if (not_finite > 0) {
+        throw RunError("the source file \"" + path + "\" holds " + std::to_string(not_finite) +
+                       " samples that are not finite numbers (NaN or infinity); repair it or choose another");
+    }
     std::vector<double> mono(n, 0.0);
     for (size_t i = 0; i < n; ++i) {
         for (int c = 0; c < info.channels; ++c) mono[i] += frames[i * info.channels + c] / info.channels;

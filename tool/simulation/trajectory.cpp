@@ -1,10 +1,12 @@
 // Source trajectories and their option syntax.
 #include "simulation/trajectory.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
 #include "cli/errors.h"
+#include "report/number_format.h"
 
 namespace ezossl_tool {
 namespace {
@@ -21,7 +23,17 @@ bool ParsePair(const std::string& text, double& first, double& second) {
     return !a.empty() && !b.empty() && *end_a == '\0' && *end_b == '\0';
 }
 
+// Ten turns either way: room for multi-turn sweeps, and far from where angles lose precision.
+constexpr double kMaxAzimuthDeg = 3600.0;
+
 }  // namespace
+
+void RequireAzimuth(const std::string& option, double azimuth_deg) {
+    if (!std::isfinite(azimuth_deg) || std::abs(azimuth_deg) > kMaxAzimuthDeg) {
+        throw UsageError(option + ": azimuths must be finite numbers of degrees between -3600 and 3600, got " +
+                         FormatNumber(azimuth_deg));
+    }
+}
 
 Trajectory Trajectory::Fixed(double azimuth_deg) { return Sweep(azimuth_deg, azimuth_deg); }
 
@@ -57,6 +69,8 @@ Trajectory ParseSweep(const std::string& text) {
     if (!ParsePair(text, from, to)) {
         throw UsageError("--sweep \"" + text + "\": give start and end azimuths in degrees, e.g. --sweep -90:270");
     }
+    RequireAzimuth("--sweep \"" + text + "\"", from);
+    RequireAzimuth("--sweep \"" + text + "\"", to);
     return Trajectory::Sweep(from, to);
 }
 
@@ -66,9 +80,10 @@ Trajectory ParsePath(const std::string& text) {
     std::string item;
     while (std::getline(stream, item, ',')) {
         TruthPoint point;
-        if (!ParsePair(item, point.time_s, point.azimuth_deg) || point.time_s < 0) {
+        if (!ParsePair(item, point.time_s, point.azimuth_deg) || !(point.time_s >= 0) || !std::isfinite(point.time_s)) {
             throw UsageError("--path \"" + text + "\": give time:azimuth pairs (seconds:degrees), e.g. --path 0:0,2:90,4:180");
         }
+        RequireAzimuth("--path \"" + text + "\"", point.azimuth_deg);
         if (!points.empty() && point.time_s <= points.back().time_s) {
             throw UsageError("--path \"" + text + "\": times must increase from pair to pair");
         }

@@ -26,6 +26,8 @@ class Trajectory {
     TruthTrack path_;
 };
 
+// Refuses an azimuth that is not finite or beyond ten turns; option names it in the message.
+void RequireAzimuth(const std::string& option, double azimuth_deg);
 // --sweep "FROM:TO" in degrees; throws UsageError.
 Trajectory ParseSweep(const std::string& text);
 // --path "T:AZ,T:AZ,..." with times in seconds, increasing; throws UsageError.
