@@ -54,7 +54,7 @@ typedef struct EzoSslSrpSetup {
                                  any numbering, any planar layout, collinear ones included */
     float temperature_c;      /* speed of sound 331 + 0.6 * temperature_c m/s */
     uint32_t frames_per_period; /* blocks of 128 instants per period, at least 1 */
-    float band_low_hz;        /* analysed band; both 0: the default 200..7000 Hz (capped at   */
+    float band_low_hz;        /* analysed band; both 0: the default 1000..7000 Hz (capped at  */
     float band_high_hz;       /* rate/2), chosen by measurement                              */
     float level_threshold_db; /* dBFS; a period at or below it is reported silent */
 } EzoSslSrpSetup;
@@ -66,11 +66,14 @@ typedef struct EzoSslSrpSetup {
  * larger y for a line parallel to y), 90 toward the other end; for a line along x this is the
  * planar direction folded into -90..90, exactly as ezossl.h reports a linear array.
  *
- * confidence: the steered response at the reported direction, normalised to 0..1: the mean
- * over the six pairs and the band's frequency bins of the phase-transform cross-spectra
- * (each frame weighted by its band energy), steered to that direction and clipped below at 0.
- * 1 means every pair, frequency and frame agrees with one plane wave from there; incoherent
- * noise gives values near 0 (below 0.1 for a period of 32 blocks).
+ * confidence: the steered response power at the reported direction divided by its largest
+ * possible value, clipped to 0..1. Each frame adds, for each of the six pairs and each bin of
+ * the band, the cross-spectrum whitened by its magnitude to the power 3/4 and weighted by the
+ * frame's band energy; the steered power sums the real parts of these terms, phase-aligned to
+ * the direction (less 0.3 times the part a diffuse field would add), and its largest possible
+ * value is the sum of their magnitudes. 1 means every pair, frequency and frame agrees with one
+ * plane wave from there; incoherent noise gives values near 0 (below 0.1 for a period of 32
+ * blocks).
  *
  * level_dbfs: 10 log10 of the period's mean square sample (all channels, full scale 1.0),
  * floored at -100. */

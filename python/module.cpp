@@ -23,6 +23,8 @@ using namespace pybind11::literals;
 namespace ezossl_python {
 namespace {
 
+using ezossl_tool::Method;
+
 // The tool's checks name its options; Python callers know them by their keyword names.
 std::string WithKeywordNames(std::string text) {
     static const std::pair<const char*, const char*> kNames[] = {{"--distance CM", "distance_cm"},
@@ -31,7 +33,8 @@ std::string WithKeywordNames(std::string text) {
                                                                  {"--temperature", "temperature"},
                                                                  {"--threshold", "threshold_db"},
                                                                  {"--frames-per-vote", "frames_per_vote"},
-                                                                 {"--map", "map"}};
+                                                                 {"--map", "map"},
+                                                                 {"--method", "method"}};
     for (const auto& [option, keyword] : kNames) {
         for (size_t at = text.find(option); at != std::string::npos; at = text.find(option, at)) {
             text.replace(at, std::string(option).size(), keyword);
@@ -67,10 +70,11 @@ struct Options {
     bool verbose;
 };
 
+// One method per Localizer: the tool's "both" is a side-by-side view of two of them.
 Method ParseMethod(const std::string& name) {
-    if (name == "specified") return Method::kSpecified;
-    if (name == "srp") return Method::kSrp;
-    throw py::value_error("method must be \"specified\" or \"srp\"; got \"" + name + "\"");
+    const Method method = ezossl_tool::ParseMethod(name);
+    if (method == Method::kBoth) throw py::value_error("method \"both\" is for the tool; use one Localizer per method");
+    return method;
 }
 
 ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) {

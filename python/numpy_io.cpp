@@ -57,8 +57,8 @@ std::vector<int16_t> InterleavedInt16(const py::handle& samples, int64_t& clippe
                           dtype.attr("name").cast<std::string>());
 }
 
-py::array PeriodArray(const std::vector<PeriodRow>& rows, Method method) {
-    const bool srp = method == Method::kSrp;
+py::array PeriodArray(const std::vector<PeriodRow>& rows, ezossl_tool::Method method) {
+    const bool srp = method == ezossl_tool::Method::kSrp;
     py::list records;
     for (const PeriodRow& row : rows) {
         py::tuple common = py::make_tuple(row.start_s, row.frames, row.status, row.direction_deg);

@@ -18,7 +18,7 @@ std::vector<int16_t> InterleavedInt16(const pybind11::handle& samples, int64_t& 
 
 // start_s, frames, status, direction_deg (NaN without a direction), and for SRP confidence
 // and level_dbfs.
-pybind11::array PeriodArray(const std::vector<PeriodRow>& rows, Method method);
+pybind11::array PeriodArray(const std::vector<PeriodRow>& rows, ezossl_tool::Method method);
 // start_s, delay_01, delay_02, delay_03 (NaN when the library rejected the pair).
 pybind11::array FrameArray(const std::vector<FrameRow>& rows);
 

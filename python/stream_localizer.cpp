@@ -15,9 +15,9 @@ constexpr size_t kBlock = EZOSSL_POINT_NUMBER;
 
 }  // namespace
 
-StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings, Method method)
+StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings, ezossl_tool::Method method)
     : sample_rate_(settings.sample_rate), frames_per_vote_(settings.frames_per_vote) {
-    if (method == Method::kSrp) {
+    if (method == ezossl_tool::Method::kSrp) {
         srp_.emplace(settings);
     } else {
         specified_.emplace(settings);

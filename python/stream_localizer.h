@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/localizer.h"
 #include "analysis/srp_session.h"
 #include "analysis/ssl_session.h"
 #include "io/block_source.h"
@@ -23,9 +24,6 @@ struct PeriodRow {
     double level_dbfs = 0.0;     // SRP only
 };
 
-// The specified library's voting, or the SRP companion library's steered response.
-enum class Method { kSpecified, kSrp };
-
 struct FrameRow {
     double start_s = 0.0;
     std::array<double, EZOSSL_PAIR_NUM> delays{};  // whole samples; NaN when the pair was rejected
@@ -35,7 +33,8 @@ struct FrameRow {
 // call, and a period closes after frames_per_vote blocks, exactly as the tool's voting loop.
 class StreamLocalizer {
   public:
-    StreamLocalizer(const ezossl_tool::LibrarySettings& settings, Method method);
+    // method: kSpecified or kSrp.
+    StreamLocalizer(const ezossl_tool::LibrarySettings& settings, ezossl_tool::Method method);
 
     // interleaved holds instants x 4 samples; returns the periods these instants complete.
     std::vector<PeriodRow> Process(const int16_t* interleaved, size_t instants);

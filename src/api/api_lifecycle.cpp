@@ -71,8 +71,8 @@ SslHandle* InitializeHandle(void* working_buffer, const SslInit* ssl_init, const
     std::memset(working_buffer, 0, EzoSsl_GetBufferSize());
     auto* handle = static_cast<SslHandle*>(working_buffer);
     handle->fft.configuration = FftWorkArea(handle);
-    // kissfft needs no library-wide initialisation (no kernel dispatch to choose), so there is
-    // no FFT start-up call here.
+    // The library's own FFT needs no library-wide initialisation (no kernel dispatch to choose):
+    // its plan is built per handle below.
 
     if (!ValidateSslInit(*ssl_init, level)) return nullptr;
     Handle_StoreInit(handle, *ssl_init, level);

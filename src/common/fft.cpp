@@ -1,53 +1,18 @@
-// Real FFT wrapper over kissfft, with both plans built inside the caller's working buffer.
+// Real FFT wrapper over the library's own transform, whose tables live in the caller's working buffer.
 #include "fft.h"
-
-#include <kiss_fftr.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 
+#include "real_fft.h"
+
 namespace ezossl {
 namespace {
 
-// The region follows a 21908-byte state area, so it is not 8-byte aligned: align inside it.
-constexpr uintptr_t kPlanAlignment = 16;
-
-struct RealFftPlans {
-    kiss_fftr_cfg forward;
-    kiss_fftr_cfg inverse;
-};
-
-uintptr_t AlignUp(uintptr_t address) { return (address + kPlanAlignment - 1) & ~(kPlanAlignment - 1); }
-
-// Places one kissfft plan at *cursor if it fits before end; advances the cursor past it.
-kiss_fftr_cfg PlacePlan(int32_t n, int inverse, uintptr_t* cursor, uintptr_t end) {
-    size_t needed = 0;
-    kiss_fftr_alloc(n, inverse, nullptr, &needed);  // size query only, allocates nothing
-    const uintptr_t start = AlignUp(*cursor);
-    if (needed == 0 || start > end || end - start < needed) return nullptr;
-    size_t length = end - start;
-    kiss_fftr_cfg plan = kiss_fftr_alloc(n, inverse, reinterpret_cast<void*>(start), &length);
-    *cursor = start + needed;
-    return plan;
-}
-
-// The plans may be rebuilt from an already aligned start (after a release), so the usable
-// length leaves room for the largest alignment step from the region start.
-RealFftPlans* BuildPlans(void* region, int32_t n) {
-    if (n <= 0 || n > kFftMaxSize || (n & 1)) return nullptr;
-    const uintptr_t region_start = reinterpret_cast<uintptr_t>(region);
-    const uintptr_t end = region_start + Qel_rdft_size(static_cast<uint32_t>(n)) - (kPlanAlignment - 1);
-    const uintptr_t plans_at = AlignUp(region_start);
-    uintptr_t cursor = plans_at + sizeof(RealFftPlans);
-    auto* plans = reinterpret_cast<RealFftPlans*>(plans_at);
-    const kiss_fftr_cfg forward = PlacePlan(n, 0, &cursor, end);
-    const kiss_fftr_cfg inverse = forward ? PlacePlan(n, 1, &cursor, end) : nullptr;
-    if (!inverse) return nullptr;
-    plans->forward = forward;
-    plans->inverse = inverse;
-    return plans;
-}
+// The plan may be rebuilt from its already aligned start after a release, so it must fit in
+// what is left of the region after the largest alignment step.
+constexpr size_t kAlignmentSlack = 15;
 
 void ReportNullArguments(const FftState* state, const float* data, const float* work_a,
                          const float* work_b) {
@@ -58,10 +23,13 @@ void ReportNullArguments(const FftState* state, const float* data, const float* 
 
 // The unused work buffers only draw the report above; a missing plan or data buffer would
 // crash the transform, so that case stops here.
-const RealFftPlans* UsablePlans(const FftState* state, int32_t n, const float* data) {
+RealFftPlan* UsablePlan(const FftState* state, int32_t n, const float* data) {
     if (!state->initialised || !state->configuration || !data || n != state->n) return nullptr;
-    return static_cast<const RealFftPlans*>(state->configuration);
+    return static_cast<RealFftPlan*>(state->configuration);
 }
+
+// One transform in the first lane; the other lanes carry zeros.
+void ClearLanes(RealFftPlan* plan) { std::memset(plan->data, 0, sizeof(plan->data)); }
 
 }  // namespace
 
@@ -78,12 +46,14 @@ void Qel_rdft_init(FftState* state) {
         std::puts("[FFT] Please assigned the begining address about FFT workingbuffer in Init.");
         return;
     }
-    RealFftPlans* plans = BuildPlans(state->configuration, state->n);
-    if (!plans) {
+    RealFftPlan* plan = state->n == kRealFftSize
+                            ? RealFft_Build(state->configuration, Qel_rdft_size(kRealFftSize) - kAlignmentSlack)
+                            : nullptr;
+    if (!plan) {
         std::puts("[Audio] memory malloc failed");
         return;
     }
-    state->configuration = plans;
+    state->configuration = plan;
     state->initialised = 1;
 }
 
@@ -94,12 +64,17 @@ void Qel_rdft(FftState* state, int32_t n, int32_t direction, float* data, float*
         return;
     }
     const size_t packed_bytes = static_cast<size_t>(n + 2) * sizeof(float);
-    auto* spectrum = reinterpret_cast<kiss_fft_cpx*>(state->scratch);
     if (direction == kFftForward) {
         ReportNullArguments(state, data, work_a, work_b);
-        const RealFftPlans* plans = UsablePlans(state, n, data);
-        if (!plans) return;
-        kiss_fftr(plans->forward, data, spectrum);
+        RealFftPlan* plan = UsablePlan(state, n, data);
+        if (!plan) return;
+        ClearLanes(plan);
+        for (int i = 0; i < kHalfFftSize; ++i) {
+            plan->data[i].re[0] = data[2 * i];
+            plan->data[i].im[0] = data[2 * i + 1];
+        }
+        float* const out[kFftLanes] = {state->scratch, nullptr, nullptr, nullptr};
+        RealFft_Forward(plan, out);
         std::memcpy(data, state->scratch, packed_bytes);
     } else if (direction == kFftInverse) {
         const bool sized = n == state->n;
@@ -108,9 +83,20 @@ void Qel_rdft(FftState* state, int32_t n, int32_t direction, float* data, float*
             std::memset(data, 0, packed_bytes);
         }
         ReportNullArguments(state, data, work_a, work_b);
-        const RealFftPlans* plans = UsablePlans(state, n, data);
-        if (!plans) return;
-        kiss_fftri(plans->inverse, spectrum, data);
+        RealFftPlan* plan = UsablePlan(state, n, data);
+        if (!plan) return;
+        ClearLanes(plan);
+        for (int k = 1; k < kHalfFftSize; ++k) {
+            plan->data[plan->position[k]].re[0] = state->scratch[2 * k];
+            plan->data[plan->position[k]].im[0] = state->scratch[2 * k + 1];
+        }
+        plan->data[plan->position[0]].re[0] = state->scratch[0];
+        plan->data[plan->position[0]].im[0] = state->scratch[kRealFftSize];
+        RealFft_InverseTransform(plan);
+        for (int i = 0; i < kHalfFftSize; ++i) {
+            data[2 * i] = plan->data[i].re[0];
+            data[2 * i + 1] = plan->data[i].im[0];
+        }
     }
 }
 

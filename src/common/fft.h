@@ -22,7 +22,7 @@ struct FftState {
 // Bytes to reserve for the configuration of an n-point transform.
 constexpr uint32_t Qel_rdft_size(uint32_t n) { return 16 * n + 2 * n + (n / 32 + 1) * 96 + 556; }
 
-// Builds the forward and inverse plans for state->n inside the region state->configuration
+// Builds the transform's tables for state->n inside the region state->configuration
 // points to; only full success sets initialised.
 void Qel_rdft_init(FftState* state);
 

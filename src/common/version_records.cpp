@@ -13,6 +13,6 @@ __attribute__((used)) const char kSslSettingsRecord[] =
 __attribute__((used)) const char kVersionRecord[] =
     "EZOSSLVER##LIB2024.0315.0000##API14##" EZOSSL_PROJECT_VERSION "##VEREZOSSL\n";
 __attribute__((used)) const char kVersionComRecord[] =
-    "EZOSSLCOM##FFT:kissfft##CFG:cJSON##COMPILER:" __VERSION__ "##COMEZOSSL\n";
+    "EZOSSLCOM##FFT:ezossl-rfft256##CFG:cJSON##COMPILER:" __VERSION__ "##COMEZOSSL\n";
 
 }  // namespace ezossl

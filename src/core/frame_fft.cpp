@@ -1,23 +1,39 @@
-// Per-frame spectral front end: window, forward real FFT, unpack into the spectrum bins.
+// Per-frame spectral front end: window, forward real FFT of the four channels at once, spectra.
 #include "frame_fft.h"
 
-#include <cstring>
-
+#include "../common/real_fft.h"
 #include "../common/window_tables.h"
 
 namespace ezossl {
+namespace {
 
-void Spectrum_Compute(Frames& frames, CorrelationWork& work, FftState& fft) {
-    float* buffer = work.fft_buffer;
+// Samples t and t + 1 of every channel times the window w0, w1: the products FftWindow_Apply
+// forms, packed as one complex value per lane.
+inline void LoadWindowedPair(const Frames& frames, int t, float w0, float w1, FftLanes* out) {
     for (uint32_t c = 0; c < kMicNum; ++c) {
-        std::memset(buffer, 0, sizeof(work.fft_buffer));
-        std::memcpy(buffer, frames.frame_buffer[c], sizeof(frames.frame_buffer[c]));
-        FftWindow_Apply(buffer, kWindowIn);
-        Qel_rdft(&fft, kFftMaxSize, kFftForward, buffer, work.fft_work[0], work.fft_work[1]);
-        for (int k = 0; k < kSpectrumBins; ++k) {
-            frames.spectrum[c][k].re = buffer[2 * k];
-            frames.spectrum[c][k].im = buffer[2 * k + 1];
-        }
+        out->re[c] = frames.frame_buffer[c][t] * w0;
+        out->im[c] = frames.frame_buffer[c][t + 1] * w1;
+    }
+}
+
+}  // namespace
+
+void Spectrum_Compute(Frames& frames, FftState& fft) {
+    if (!fft.initialised || !fft.configuration) return;
+    auto* plan = static_cast<RealFftPlan*>(fft.configuration);
+    // The window's half table read forwards up to the middle and backwards after it.
+    const float* w = FftInWindow;
+    for (int n = 0; n < kHalfFftSize / 2; ++n) LoadWindowedPair(frames, 2 * n, w[2 * n], w[2 * n + 1], &plan->data[n]);
+    for (int n = kHalfFftSize / 2; n < kHalfFftSize; ++n) {
+        LoadWindowedPair(frames, 2 * n, w[kFrameLength - 2 * n], w[kFrameLength - 2 * n - 1], &plan->data[n]);
+    }
+    RealFft_ForwardTransform(plan);
+    for (int k = 0; k <= kHalfFftSize / 2; ++k) {
+        FftLanes bin, mirror;
+        RealFft_SplitPair(plan, k, &bin, &mirror);
+        for (uint32_t c = 0; c < kMicNum; ++c) frames.spectrum[c][k] = {bin.re[c], bin.im[c]};
+        if (k == kHalfFftSize / 2) break;  // bin 64 is its own mirror
+        for (uint32_t c = 0; c < kMicNum; ++c) frames.spectrum[c][kHalfFftSize - k] = {mirror.re[c], mirror.im[c]};
     }
 }
 

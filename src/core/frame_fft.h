@@ -5,7 +5,8 @@
 
 namespace ezossl {
 
-// spectrum[c] = real FFT of the sine-windowed frame_buffer[c], for c = 0..3.
-void Spectrum_Compute(Frames& frames, CorrelationWork& work, FftState& fft);
+// spectrum[c] = real FFT of the sine-windowed frame_buffer[c], for c = 0..3: the four
+// channels go through the library's transform side by side, one per lane.
+void Spectrum_Compute(Frames& frames, FftState& fft);
 
 }  // namespace ezossl

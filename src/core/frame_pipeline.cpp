@@ -11,18 +11,17 @@ namespace ezossl {
 
 FrameOutcome Frame_Process(SslHandle* handle, const int16_t* microphone_input, int32_t* delay_sample) {
     InputBlock_Append(microphone_input, handle->dump_block, handle->frames, handle->asdf);
-    // Computed as the frame's activity measure; nothing reads it yet.
-    float zero_crossing_rate = 0.0f;
-    ZeroCrossingRate(handle->frames.frame_buffer[0] + kBlockLength, kBlockLength, &zero_crossing_rate);
+    // The zero-crossing rate of the newest block used to be computed here as an activity
+    // measure; nothing ever read it, so it is not computed per frame any more.
     FrameEnergy_Update(handle->frames, handle->activity);
     if (handle->settings.bf_mode != 0) {
         Asdf_EstimateDelays(handle->asdf, handle->max_delay, delay_sample);
         return FrameOutcome::kDone;
     }
-    Spectrum_Compute(handle->frames, handle->work, handle->fft);
+    Spectrum_Compute(handle->frames, handle->fft);
     if (handle->ssl_mode == 1) return FrameOutcome::kModeNotIncluded;
-    GccPhat_EstimateDelays(handle->frames, DelayLimits{handle->lag_table, handle->max_delay}, handle->work,
-                           handle->fft, handle->dither_rng, handle->voting, delay_sample);
+    GccPhat_EstimateDelays(handle->frames, DelayLimits{handle->lag_table, handle->max_delay}, handle->fft,
+                           handle->dither_rng, handle->voting, delay_sample);
     return FrameOutcome::kDone;
 }
 

@@ -1,75 +1,36 @@
-// GCC-PHAT per pair: cross spectrum, phase transform, inverse FFT, peak tests, vote, refinement.
+// GCC-PHAT: correlations of the three pairs, then per pair the peak tests, vote and refinement.
 #include "gcc_phat.h"
 
 #include <cmath>
-#include <cstring>
 
-#include "../common/vector_ops.h"
 #include "dither_rng.h"
 #include "gcc_phat_internal.h"
+#include "phat_lanes.h"
 
 namespace ezossl {
 namespace {
 
-constexpr float kPowerScale = 1073676288.0f;  // 32767 squared, as a float
 constexpr float kNoCandidateYet = 1e9f;
 constexpr double kRejectedRatio = -1.0;
-
-// Channel 0 times the conjugate of channel pair + 1, bin by bin.
-void CrossSpectrum(const Frames& frames, int pair, CorrelationWork& work) {
-    const ComplexF* reference = frames.spectrum[0];
-    const ComplexF* other = frames.spectrum[pair + 1];
-    for (int k = 0; k < kSpectrumBins; ++k) {
-        const float a = reference[k].re, b = reference[k].im;
-        const float c = other[k].re, d = other[k].im;
-        work.cross_spectrum[2 * k] = a * c + b * d;
-        work.cross_spectrum[2 * k + 1] = b * c - a * d;
-    }
-}
-
-// Every bin keeps only its phase; there is no band limit.
-void PhaseTransform(CorrelationWork& work) {
-    ComplexMagnitude(work.cross_spectrum, 2 * kSpectrumBins, work.magnitude);
-    for (int k = 0; k < kSpectrumBins; ++k) {
-        const double weight = static_cast<double>(work.magnitude[k]) + kPhatGuard;
-        for (int part = 0; part < 2; ++part) {
-            float& value = work.cross_spectrum[2 * k + part];
-            value = static_cast<float>(static_cast<double>(value) / weight);
-        }
-    }
-}
-
-// Inverse transform of the weighted cross spectrum, reordered so index j is lag j - 128.
-void CorrelationFromCrossSpectrum(CorrelationWork& work, FftState& fft) {
-    std::memcpy(work.fft_buffer, work.cross_spectrum, sizeof(work.cross_spectrum));
-    Qel_rdft(&fft, kFftMaxSize, kFftInverse, work.fft_buffer, work.fft_work[0], work.fft_work[1]);
-    FftShift(work.fft_buffer, kFrameLength, work.correlation);
-}
 
 // A peak further out than the pair's bound plus the margin cannot be a direct path.
 bool PeakInRange(int32_t bound, int32_t lag) { return lag >= -kDelayMargin - bound && lag <= bound + kDelayMargin; }
 
 // A correlation whose deepest trough is at least as strong as its peak (a flat one included)
 // has no dominant path.
-bool PeakDominates(const float* correlation, int max_index, int min_index) {
-    return std::fabs(static_cast<double>(correlation[max_index])) -
-               std::fabs(static_cast<double>(correlation[min_index])) > 0.0;
+bool PeakDominates(float peak, float trough) {
+    return std::fabs(static_cast<double>(peak)) - std::fabs(static_cast<double>(trough)) > 0.0;
 }
 
-// Lifts the correlation to a zero minimum (in place) and returns the peak over the mean.
-double PeakToMean(float* correlation, int max_index, int min_index) {
-    const float floor = correlation[min_index];
-    for (int j = 0; j < kFrameLength; ++j) correlation[j] -= floor;
-    return correlation[max_index] / Mean(correlation, kFrameLength);
-}
-
-// The peak lag refined by a parabola through the peak and its neighbours. The dithered gain
-// stands where plain parabolic interpolation has 0.5; the correlation is circular, so the
-// neighbours of the first and last lag wrap around.
-void AddRefinedDelay(const float* y, int max_index, int32_t lag, float gain, float& sum) {
-    const float y_minus = y[(max_index + kFrameLength - 1) % kFrameLength];
-    const float y_zero = y[max_index];
-    const float y_plus = y[(max_index + 1) % kFrameLength];
+// The peak lag refined by a parabola through the peak and its neighbours, on the correlation
+// lifted to a zero minimum. The dithered gain stands where plain parabolic interpolation has
+// 0.5; the correlation is circular, so the neighbours of the first and last lag wrap around.
+void AddRefinedDelay(const RealFftPlan* plan, int lane, float floor, int max_index, int32_t lag, float gain,
+                     float& sum) {
+    const auto lifted = [&](int j) { return Correlation_At(plan, (j + kFrameLength) % kFrameLength)[lane] - floor; };
+    const float y_minus = lifted(max_index - 1);
+    const float y_zero = lifted(max_index);
+    const float y_plus = lifted(max_index + 1);
     sum += static_cast<float>(lag);
     sum += ((y_plus - y_minus) * gain) / (2.0f * y_zero - y_plus - y_minus);
 }
@@ -80,42 +41,53 @@ void CountVote(int32_t* counter) {
 
 }  // namespace
 
-void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, CorrelationWork& work, FftState& fft,
-                            DitherRng& rng, VotingState& voting, int32_t* delay_sample) {
-    [[maybe_unused]] const float left_power = FramePower(frames.frame_buffer[0], kFrameLength);
-    [[maybe_unused]] const float right_power = FramePower(frames.frame_buffer[1], kFrameLength);
+// The three pairs go through the transforms together (pair p in FFT lane p + 1); the tests,
+// the vote and the refinement then run pair by pair in order, as the dither draws require.
+// The two frame powers that earlier code computed here are not: nothing ever read them.
+void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, FftState& fft, DitherRng& rng,
+                            VotingState& voting, int32_t* delay_sample) {
+    auto* plan = static_cast<RealFftPlan*>(fft.configuration);
+    if (!fft.initialised || !plan) return;
+    PhatCorrelation_Compute(frames, plan);
+    const PairExtremes extremes = Correlation_Extremes(plan);
+
+    int32_t lag[kPairNum];
+    bool measured[kPairNum];
+    float floor[kFftLanes] = {};
+    bool any_measured = false;
+    for (int p = 0; p < kPairNum; ++p) {
+        const int lane = PairLane(p);
+        lag[p] = limits.lag_table[extremes.max_index[lane]];
+        measured[p] = PeakInRange(limits.max_delay[p], lag[p]) &&
+                      PeakDominates(extremes.max_value[lane], extremes.min_value[lane]);
+        floor[lane] = extremes.min_value[lane];
+        any_measured = any_measured || measured[p];
+    }
+    // The peak-to-mean ratio of the correlation lifted to a zero minimum.
+    float lifted_sum[kFftLanes] = {};
+    if (any_measured) Correlation_ShiftedSums(plan, floor, lifted_sum);
 
     for (int p = 0; p < kPairNum; ++p) {
-        CrossSpectrum(frames, p, work);
-        PhaseTransform(work);
-        CorrelationFromCrossSpectrum(work, fft);
-        const int max_index = ArgMax(work.correlation, kFrameLength);
-        const int min_index = ArgMin(work.correlation, kFrameLength);
-
-        int32_t lag = limits.lag_table[max_index];
+        const int lane = PairLane(p);
         double ratio = kRejectedRatio;
-        if (PeakInRange(limits.max_delay[p], lag) && PeakDominates(work.correlation, max_index, min_index)) {
-            ratio = PeakToMean(work.correlation, max_index, min_index);
+        if (measured[p]) {
+            const float mean = lifted_sum[lane] / static_cast<float>(kFrameLength);
+            ratio = (extremes.max_value[lane] - floor[lane]) / mean;
         } else {
-            lag = 0;
+            lag[p] = 0;
         }
         // The nearest candidate is looked up for every frame, rejected ones included.
-        const int candidate = NearestCandidate(voting.candidate_delay[p], lag);
+        const int candidate = NearestCandidate(voting.candidate_delay[p], lag[p]);
         if (ratio < kMinPeakToMean) {
             CountVote(&voting.vote_count[p][kRejectBin]);
             delay_sample[p] = kDelayRejected;
             continue;
         }
         CountVote(&voting.vote_count[p][candidate]);
-        AddRefinedDelay(work.correlation, max_index, lag, DitherRng_Gain(&rng), voting.delay_sum[p][candidate]);
-        delay_sample[p] = lag;
+        AddRefinedDelay(plan, lane, floor[lane], extremes.max_index[lane], lag[p], DitherRng_Gain(&rng),
+                        voting.delay_sum[p][candidate]);
+        delay_sample[p] = lag[p];
     }
-}
-
-float FramePower(const float* x, int n) {
-    float sum = 0.0f;
-    for (int i = 0; i < n; ++i) sum += x[i] * kPowerScale * x[i];
-    return static_cast<float>(std::sqrt(static_cast<double>(sum))) / static_cast<float>(n);
 }
 
 int NearestCandidate(const float* candidate_row, int32_t lag) {

@@ -16,7 +16,7 @@ struct DelayLimits {
 // For each pair p (channel 0 with p + 1) of this frame's spectra: the lag of the correlation
 // peak in delay_sample[p], or kDelayRejected; accepted frames vote for the nearest candidate
 // and add the refined delay to its sum, rejected ones count in the rejection bin.
-void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, CorrelationWork& work, FftState& fft,
-                            DitherRng& rng, VotingState& voting, int32_t* delay_sample);
+void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, FftState& fft, DitherRng& rng,
+                            VotingState& voting, int32_t* delay_sample);
 
 }  // namespace ezossl

@@ -10,9 +10,6 @@ constexpr double kMinPeakToMean = 1.4;
 // Keeps the phase-transform weight finite for empty bins.
 constexpr double kPhatGuard = 1e-9;
 
-// sqrt(sum x^2 * 32767^2) / n: a frame's level in 16-bit units (root before the division).
-float FramePower(const float* x, int n);
-
 // Column k of the candidate row nearest the lag; the lowest k wins ties.
 int NearestCandidate(const float* candidate_row, int32_t lag);
 

@@ -18,15 +18,20 @@ def simulate(path, array_args, *scene_args):
 
 
 def tool_rows(path, *args):
-    """(start_s, status, direction_deg or None) of every period `ezossl locate --format json` prints."""
+    """Every period `ezossl locate --format json` prints, its values in column order."""
     out = subprocess.run([TOOL, "locate", path, *args, "--format", "json"], check=True, capture_output=True, text=True)
-    return [(row["start_s"], row["status"], row["direction_deg"]) for row in map(json.loads, out.stdout.splitlines())]
+    return [tuple(json.loads(line).values()) for line in out.stdout.splitlines()]
 
 
 def rows(records):
-    """The module's records as the tool prints them: start_s to the millisecond, None for NaN."""
-    return [(round(float(r["start_s"]), 3), str(r["status"]),
-             None if np.isnan(r["direction_deg"]) else int(r["direction_deg"])) for r in records]
+    """The module's records as the tool prints them: start_s to the millisecond, None for no
+    direction; SRP directions to 0.1 degree, confidences to 0.01 and levels to 0.1 dB."""
+    srp = "confidence" in records.dtype.names
+    def direction(value):
+        return None if np.isnan(value) else round(float(value), 1) if srp else int(value)
+    return [(round(float(r["start_s"]), 3), str(r["status"]), direction(r["direction_deg"]))
+            + ((round(float(r["confidence"]), 2), round(float(r["level_dbfs"]), 1)) if srp else ())
+            for r in records]
 
 
 def read_wav(path):

@@ -1,8 +1,6 @@
 // Deterministic noise and far-field scenes rendered with exact fractional delays.
 #include "signals.h"
 
-#include <kiss_fftr.h>
-
 #include <cmath>
 #include <complex>
 
@@ -43,32 +41,63 @@ Channels ShiftedCopies(const std::vector<double>& signal, const int delays[kChan
     return out;
 }
 
+namespace {
+
+// In-place radix-2 transform of a power-of-two length in double precision, unscaled: sign -1
+// forward, +1 inverse. Only additions, multiplications and one sin/cos pair per twiddle, so
+// scenes come out the same on every architecture (to far below one 16-bit step).
+void Transform(std::vector<std::complex<double>>& x, int sign) {
+    const size_t n = x.size();
+    for (size_t i = 1, j = 0; i < n; ++i) {
+        size_t bit = n >> 1;
+        for (; j & bit; bit >>= 1) j ^= bit;
+        j |= bit;
+        if (i < j) std::swap(x[i], x[j]);
+    }
+    std::vector<std::complex<double>> twiddle;
+    for (size_t len = 2; len <= n; len <<= 1) {
+        twiddle.resize(len / 2);
+        for (size_t k = 0; k < len / 2; ++k) {
+            twiddle[k] = std::polar(1.0, sign * 2.0 * M_PI * static_cast<double>(k) / static_cast<double>(len));
+        }
+        for (size_t start = 0; start < n; start += len) {
+            std::complex<double>* a = &x[start];
+            std::complex<double>* b = a + len / 2;
+            for (size_t k = 0; k < len / 2; ++k) {
+                // Written out: the library call std::complex's product makes for infinities is slow.
+                const std::complex<double> odd(b[k].real() * twiddle[k].real() - b[k].imag() * twiddle[k].imag(),
+                                               b[k].real() * twiddle[k].imag() + b[k].imag() * twiddle[k].real());
+                b[k] = a[k] - odd;
+                a[k] += odd;
+            }
+        }
+    }
+}
+
+}  // namespace
+
 Channels FarFieldScene(const MicPosition mics[kChannels], double angle_degrees, double sample_rate,
                        double speed_of_sound, int length, double amplitude, uint64_t seed) {
     const double angle = angle_degrees * M_PI / 180.0;
     const double ux = -std::sin(angle);
     const double uy = std::cos(angle);
     NoiseSource noise(seed);
-    std::vector<kiss_fft_scalar> time(length);
-    for (auto& v : time) v = static_cast<kiss_fft_scalar>(noise.Uniform());
-    std::vector<kiss_fft_cpx> spectrum(length / 2 + 1);
-    kiss_fftr_cfg forward = kiss_fftr_alloc(length, 0, nullptr, nullptr);
-    kiss_fftr_cfg inverse = kiss_fftr_alloc(length, 1, nullptr, nullptr);
-    kiss_fftr(forward, time.data(), spectrum.data());
-    spectrum[length / 2].r = spectrum[length / 2].i = 0.0f;  // keep every channel real and band-limited
+    std::vector<std::complex<double>> spectrum(length);
+    for (auto& v : spectrum) v = noise.Uniform();
+    Transform(spectrum, -1);
+    spectrum[length / 2] = 0.0;  // keep every channel real and band-limited
 
     Channels out(kChannels, std::vector<double>(length));
-    std::vector<kiss_fft_cpx> shifted(spectrum.size());
+    std::vector<std::complex<double>> shifted(length);
     for (int c = 0; c < kChannels; ++c) {
         // A microphone at r hears the plane wave earlier by r.u / c: x(t) = s(t + advance).
         const double advance = (mics[c].x * ux + mics[c].y * uy) / speed_of_sound * sample_rate;
-        for (size_t k = 0; k < spectrum.size(); ++k) {
-            const std::complex<double> bin(spectrum[k].r, spectrum[k].i);
-            const auto moved = bin * std::polar(1.0, 2.0 * M_PI * static_cast<double>(k) * advance / length);
-            shifted[k] = {static_cast<float>(moved.real()), static_cast<float>(moved.imag())};
+        for (int k = 0; k <= length / 2; ++k) {
+            shifted[k] = spectrum[k] * std::polar(1.0, 2.0 * M_PI * static_cast<double>(k) * advance / length);
+            if (k > 0 && k < length / 2) shifted[length - k] = std::conj(shifted[k]);
         }
-        kiss_fftri(inverse, shifted.data(), time.data());
-        for (int n = 0; n < length; ++n) out[c][n] = time[n];
+        Transform(shifted, 1);
+        for (int n = 0; n < length; ++n) out[c][n] = shifted[n].real();
     }
     // One scale for all channels, so the loudest sample reaches the requested amplitude.
     double peak = 0.0;
@@ -78,8 +107,6 @@ Channels FarFieldScene(const MicPosition mics[kChannels], double angle_degrees, 
     for (auto& channel : out) {
         for (double& v : channel) v *= amplitude / peak;
     }
-    kiss_fftr_free(forward);
-    kiss_fftr_free(inverse);
     return out;
 }
 

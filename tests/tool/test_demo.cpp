@@ -22,5 +22,17 @@ TEST_F(Demo, RunsScoresAndPlots) {
     EXPECT_GE(std::stod(score[1]), 80.0);
 }
 
+// accuracy --quick: the small seeded grid scores both methods; the SRP answers every period.
+TEST_F(Demo, QuickAccuracyGridScoresBothMethods) {
+    const RunResult result = RunOk({"accuracy", "--quick"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(Lines(result.out).front(), "ezossl accuracy: 2 geometries x 1 rate x 3 SNRs x 2 rooms x 2 sources x 2 "
+                                         "azimuths, 4 periods of 32 blocks each: 192 periods");
+    std::smatch overall;
+    ASSERT_TRUE(std::regex_search(result.out, overall, std::regex(R"(overall +192 \| +[\d.]+ +[\d.]+ +[\d.]+ +[\d.]+ \| +100\.0 +([\d.]+))")))
+        << result.out;
+    EXPECT_LE(std::stod(overall[1]), 6.5);
+}
+
 }  // namespace
 }  // namespace ezossl_tool_test

@@ -83,6 +83,31 @@ TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {
     }
 }
 
+// --method both: the SRP's answer follows the specified one in the same row, with its
+// confidence and the period's level; silence is SILENT for the SRP.
+TEST_F(Formats, BothMethodsShareEachRowAndTheSrpAddsConfidenceAndLevel) {
+    const RunResult scene = RunOk(Args({"locate", "scene.wav", "--format", "json", "--method", "both"}, kUla));
+    const std::vector<Json> objects = ParseJsonLines(scene.out);
+    ASSERT_EQ(objects.size(), 6u);
+    for (size_t i = 0; i + 1 < objects.size(); ++i) {   // the short last period aside
+        const cJSON* row = objects[i].get();
+        EXPECT_EQ(Keys(row), (std::vector<std::string>{"start_s", "status", "direction_deg", "srp_status",
+                                                        "srp_direction_deg", "srp_confidence", "srp_level_dbfs"}));
+        EXPECT_EQ(cJSON_GetObjectItem(row, "direction_deg")->valueint, -90);
+        EXPECT_STREQ(cJSON_GetObjectItem(row, "srp_status")->valuestring, "OK");
+        EXPECT_NEAR(cJSON_GetObjectItem(row, "srp_direction_deg")->valuedouble, -90.0, 2.0);
+        EXPECT_GT(cJSON_GetObjectItem(row, "srp_confidence")->valuedouble, 0.5);
+        EXPECT_NEAR(cJSON_GetObjectItem(row, "srp_level_dbfs")->valuedouble, -26.0, 0.5);   // simulate's level
+    }
+    const RunResult silent = RunOk(Args({"locate", "silence.wav", "--method", "srp"}, kUla));
+    EXPECT_EQ(silent.out,
+              "start_s  status  direction_deg  confidence  level_dbfs\n"
+              "  0.000  SILENT                       0.00      -100.0\n"
+              "  0.256  SILENT                       0.00      -100.0\n"
+              "\n"
+              "periods: 2 of 0.256 s, with a direction: 0 (0.0 %); SILENT 2\n");
+}
+
 // Columns line up under their headers: text to the left, numbers to the right; the summary
 // follows after an empty line on standard output, and nothing goes to standard error.
 TEST_F(Formats, TableIsAlignedWithTheSummaryBelow) {

@@ -137,7 +137,7 @@ TEST_F(Recordings, ProgressOnlyOnATerminal) {
     const RunResult to_file = RunOk(Args({"locate", "long.wav", "--format", "csv"}, kUca));
     EXPECT_EQ(to_file.err.find("locating"), std::string::npos) << to_file.err;
 
-    const std::string command = "cd '" + Path("") + "' && script -qec \"'" + EZOSSL_BINARY +
+    const std::string command = "cd '" + Path("") + "' && script -qec \"" + EZOSSL_EMULATOR + "'" + EZOSSL_BINARY +
                                 "' locate long.wav --array uca --distance 6.5 --format csv > rows.csv\" /dev/null > terminal.txt";
     ASSERT_EQ(std::system(command.c_str()), 0);
     EXPECT_NE(ReadFile("terminal.txt").find("locating long.wav: 100 %"), std::string::npos) << ReadFile("terminal.txt");

@@ -104,7 +104,7 @@ bool IsWellFormedSvg(const std::string& path) {
 }
 
 RunResult ToolTest::Run(const std::vector<std::string>& args) const {
-    std::string command = "cd " + ShellQuoted(dir_.path()) + " && exec " + ShellQuoted(EZOSSL_BINARY);
+    std::string command = "cd " + ShellQuoted(dir_.path()) + " && exec " + EZOSSL_EMULATOR + ShellQuoted(EZOSSL_BINARY);
     for (const std::string& arg : args) command += " " + ShellQuoted(arg);
     command += " >" + ShellQuoted(Path(".stdout")) + " 2>" + ShellQuoted(Path(".stderr")) + " </dev/null";
     const int status = std::system(command.c_str());

@@ -14,9 +14,9 @@ std::string Percent(int part, int whole) {
     return whole == 0 ? "-" : FormatFixed(100.0 * part / whole, 1) + " %";
 }
 
-std::string StatusCounts(const Localization& localization) {
+std::string StatusCounts(const Localization& localization, bool srp) {
     std::map<std::string, int> counts;
-    for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
+    for (const PeriodResult& period : localization.periods) ++counts[AnswerOf(period, srp).status];
     std::string text;
     for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
     return text;
@@ -24,21 +24,37 @@ std::string StatusCounts(const Localization& localization) {
 
 }  // namespace
 
+MethodAnswer AnswerOf(const PeriodResult& period, bool srp) {
+    if (!srp) {
+        MethodAnswer answer{StatusName(period.direction.status), std::nullopt};
+        if (period.direction.degrees) answer.degrees = *period.direction.degrees;
+        return answer;
+    }
+    if (!period.srp) return {"-", std::nullopt};
+    return {SrpStatusName(period.srp->status), period.srp->degrees};
+}
+
+std::vector<bool> ShownMethods(Method method) {
+    if (method == Method::kBoth) return {false, true};
+    return {method == Method::kSrp};
+}
+
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             bool linear) {
+                             bool linear, bool srp) {
     const double azimuth = truth.AzimuthAt(period.MiddleSeconds(sample_rate));
     PeriodTruth result;
     result.truth_deg = linear ? FoldFrontBack(azimuth) : WrapAzimuth(azimuth);
-    if (period.direction.degrees) result.error_deg = CircularDifference(*period.direction.degrees, result.truth_deg);
+    const MethodAnswer answer = AnswerOf(period, srp);
+    if (answer.degrees) result.error_deg = CircularDifference(*answer.degrees, result.truth_deg);
     return result;
 }
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear) {
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear, bool srp) {
     AccuracySummary summary;
     double error_sum = 0.0;
     for (const PeriodResult& period : localization.periods) {
         ++summary.periods;
-        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, linear);
+        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, linear, srp);
         if (!compared.error_deg) continue;
         const double error = std::abs(*compared.error_deg);
         ++summary.with_direction;
@@ -50,20 +66,35 @@ AccuracySummary Summarize(const Localization& localization, const TruthTrack& tr
     return summary;
 }
 
-std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear) {
+namespace {
+
+std::vector<std::string> MethodSummaryLines(const Localization& localization, const TruthTrack* truth, bool linear,
+                                            bool srp) {
     std::vector<std::string> lines;
     int with_direction = 0;
-    for (const PeriodResult& period : localization.periods) with_direction += period.direction.degrees.has_value();
+    for (const PeriodResult& period : localization.periods) with_direction += AnswerOf(period, srp).degrees.has_value();
     const int periods = static_cast<int>(localization.periods.size());
     lines.push_back("periods: " + std::to_string(periods) + " of " + FormatFixed(localization.PeriodSeconds(), 3) +
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
-                    "); " + StatusCounts(localization));
+                    "); " + StatusCounts(localization, srp));
     if (truth) {
-        const AccuracySummary s = Summarize(localization, *truth, linear);
+        const AccuracySummary s = Summarize(localization, *truth, linear, srp);
         lines.push_back("accuracy of the periods with a direction: mean absolute error " +
                         FormatFixed(s.mean_abs_error_deg, 1) + " deg, within +-" + FormatNumber(kCloseDeg) +
                         " deg: " + Percent(s.within_close, s.with_direction) + ", within +-" +
                         FormatNumber(kCandidateSpacingDeg) + " deg: " + Percent(s.within_candidate, s.with_direction));
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear) {
+    std::vector<std::string> lines;
+    const std::vector<bool> methods = ShownMethods(localization.method);
+    for (const bool srp : methods) {
+        const std::string prefix = methods.size() > 1 ? (srp ? "srp: " : "specified: ") : "";
+        for (const std::string& line : MethodSummaryLines(localization, truth, linear, srp)) lines.push_back(prefix + line);
     }
     for (const std::string& note : InputNotes(localization)) lines.push_back(note);
     return lines;

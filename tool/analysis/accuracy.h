@@ -19,9 +19,19 @@ struct PeriodTruth {
     std::optional<double> error_deg;     // estimate - truth, only with a direction
 };
 
-// The truth at the middle of the period, and the error of its direction if it has one.
+// One method's answer for a period: the specified library's, or the SRP library's.
+struct MethodAnswer {
+    std::string status;             // "OK", "NO_DIRECTION", "SILENT", ...
+    std::optional<double> degrees;  // only with a direction
+};
+MethodAnswer AnswerOf(const PeriodResult& period, bool srp);
+
+// The methods a localisation shows, in the order they are shown: false specified, true SRP.
+std::vector<bool> ShownMethods(Method method);
+
+// The truth at the middle of the period, and the error of the method's direction if it has one.
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             bool linear);
+                             bool linear, bool srp = false);
 
 struct AccuracySummary {
     int periods = 0;
@@ -31,9 +41,10 @@ struct AccuracySummary {
     double mean_abs_error_deg = 0.0;
 };
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear);
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear, bool srp = false);
 
-// Human-readable summary lines: counts per status, then accuracy when there is a truth.
+// Human-readable summary lines: counts per status, then accuracy when there is a truth; with
+// both methods, each method's lines start with its name.
 std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear);
 
 }  // namespace ezossl_tool

@@ -56,9 +56,11 @@ bool ClosesVotingPeriod(uint32_t status) {
            status == SSL_RET_DELAY_TOO_LARGE;
 }
 
-std::string StatusName(uint32_t status) {
-    const auto found = StatusNames().find(status);
-    if (found != StatusNames().end()) return found->second;
+std::string StatusName(uint32_t status) { return NamedStatus(StatusNames(), status); }
+
+std::string NamedStatus(const std::map<uint32_t, const char*>& names, uint32_t status) {
+    const auto found = names.find(status);
+    if (found != names.end()) return found->second;
     char text[16];
     std::snprintf(text, sizeof text, "0x%08X", status);
     return text;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 
 #include "analysis/angles.h"
@@ -50,6 +51,9 @@ bool ClosesVotingPeriod(uint32_t status);
 
 // "OK", "SIGNAL_TOO_WEAK", ... (the status constant without its SSL_RET_ prefix).
 std::string StatusName(uint32_t status);
+
+// The name a table gives a status, or its value as "0x%08X" when the table does not know it.
+std::string NamedStatus(const std::map<uint32_t, const char*>& names, uint32_t status);
 
 bool IsSupportedRate(uint32_t rate);
 // "8000, 16000, 32000 or 48000 Hz"

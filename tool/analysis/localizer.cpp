@@ -1,10 +1,18 @@
 // The voting-period loop: Run for each block, and at each period's end Get_Direction and Reset_Mapping.
 #include "analysis/localizer.h"
 
+#include "cli/errors.h"
 #include "io/progress.h"
 #include "report/number_format.h"
 
 namespace ezossl_tool {
+
+Method ParseMethod(const std::string& text) {
+    if (text == "specified") return Method::kSpecified;
+    if (text == "srp") return Method::kSrp;
+    if (text == "both") return Method::kBoth;
+    throw UsageError("--method must be specified, srp or both, got \"" + text + "\"");
+}
 
 double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
     return start_s + 0.5 * frames * EZOSSL_POINT_NUMBER / sample_rate;
@@ -14,12 +22,18 @@ double Localization::PeriodSeconds() const { return double(frames_per_vote) * EZ
 
 double Localization::DurationSeconds() const { return double(frames.size()) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label) {
+// The specified library always runs: it applies the gain and checks the settings; the SRP
+// library runs beside it on the same (gained) blocks when the method asks for it.
+Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label,
+                      Method method) {
     SslSession session(settings);
+    std::optional<SrpSession> srp;
+    if (RunsSrp(method)) srp.emplace(settings);
     Progress progress(progress_label, source.TotalInstants(), source.SampleRate());
     Localization result;
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
+    result.method = method;
 
     Block block;
     int64_t done = 0;
@@ -28,11 +42,13 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
         const double start_s = double(done) / result.sample_rate;
         if (period.frames == 0) period.start_s = start_s;
         result.frames.push_back({start_s, session.Run(block)});
+        if (srp) srp->Process(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
         done += real;
         progress.Update(done);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
             period.direction = session.CloseVotingPeriod();
+            if (srp) period.srp = srp->ClosePeriod();
             result.periods.push_back(period);
             period.frames = 0;
         }
@@ -40,6 +56,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, cons
     // A last, shorter period still gets its vote; the notes say how short it was.
     if (period.frames > 0) {
         period.direction = session.CloseVotingPeriod();
+        if (srp) period.srp = srp->ClosePeriod();
         result.periods.push_back(period);
     }
     result.clipped_samples = source.ClippedSamples();

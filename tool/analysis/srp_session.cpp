@@ -1,7 +1,6 @@
 // Driving the SRP library through its public header: Init from the tool's settings, blocks, periods.
 #include "analysis/srp_session.h"
 
-#include <cstdio>
 #include <map>
 
 #include "cli/errors.h"
@@ -34,13 +33,7 @@ const std::map<uint32_t, const char*>& SrpStatusNames() {
 
 }  // namespace
 
-std::string SrpStatusName(uint32_t status) {
-    const auto found = SrpStatusNames().find(status);
-    if (found != SrpStatusNames().end()) return found->second;
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%08X", status);
-    return text;
-}
+std::string SrpStatusName(uint32_t status) { return NamedStatus(SrpStatusNames(), status); }
 
 SrpSession::SrpSession(const LibrarySettings& settings) {
     EzoSslSrpSetup setup = {};

@@ -78,10 +78,12 @@ struct CommandLine::Parts {
     AnalyseOptions locate, delays;
     SimulateOptions simulate;
     DemoOptions demo;
+    AccuracyOptions accuracy;
     CLI::App* locate_command = nullptr;
     CLI::App* delays_command = nullptr;
     CLI::App* simulate_command = nullptr;
     CLI::App* demo_command = nullptr;
+    CLI::App* accuracy_command = nullptr;
 };
 
 CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
@@ -94,6 +96,10 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     AddAnalyseOptions(*parts_->locate_command, parts_->locate);
     parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
     parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
+    parts_->locate_command
+        ->add_option("--method", parts_->locate.method,
+                     "specified (the library's voting), srp (the SRP-PHAT companion library) or both side by side")
+        ->capture_default_str();
 
     parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
     AddAnalyseOptions(*parts_->delays_command, parts_->delays);
@@ -103,6 +109,14 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
 
     parts_->demo_command = app.add_subcommand("demo", "simulate a default scene, localise it and score the result");
     parts_->demo_command->add_option("--plot", parts_->demo.plot, "SVG file to write")->capture_default_str();
+
+    parts_->accuracy_command =
+        app.add_subcommand("accuracy", "both methods on a seeded grid of simulated scenes, scored against the truth");
+    AccuracyOptions& accuracy = parts_->accuracy;
+    parts_->accuracy_command->add_option("--array", accuracy.array, "ula, uca or four positions, as for locate (default: the grid's five)");
+    parts_->accuracy_command->add_option("--distance", accuracy.distance_cm, "cm: ula spacing, uca diameter");
+    parts_->accuracy_command->add_option("--rate", accuracy.rate, "sample rate in Hz (default: 16000 and 48000)");
+    parts_->accuracy_command->add_flag("--quick", accuracy.quick, "a small grid that runs in seconds");
 }
 
 CommandLine::~CommandLine() = default;
@@ -129,6 +143,7 @@ int CommandLine::Run() {
     if (parts_->locate_command->parsed()) return RunLocate(parts_->locate);
     if (parts_->delays_command->parsed()) return RunDelays(parts_->delays);
     if (parts_->simulate_command->parsed()) return RunSimulate(parts_->simulate);
+    if (parts_->accuracy_command->parsed()) return RunAccuracy(parts_->accuracy);
     return RunDemo(parts_->demo);
 }
 

@@ -1,4 +1,4 @@
-// The four subcommands: their options as parsed, and the functions that carry them out.
+// The subcommands: their options as parsed, and the functions that carry them out.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +23,7 @@ struct AnalyseOptions {
     std::string format = "table";
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
+    std::string method = "specified";   // locate only: specified, srp or both
 };
 
 struct SimulateOptions {
@@ -46,6 +47,13 @@ struct SimulateOptions {
     uint64_t seed = 1;
 };
 
+struct AccuracyOptions {
+    std::optional<std::string> array;   // the default grid's geometries when none is given
+    std::optional<double> distance_cm;
+    std::optional<uint32_t> rate;       // the default grid's rates when none is given
+    bool quick = false;
+};
+
 struct DemoOptions {
     std::string plot = "ezossl-demo.svg";
 };
@@ -54,5 +62,6 @@ int RunLocate(const AnalyseOptions& options);
 int RunDelays(const AnalyseOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
+int RunAccuracy(const AccuracyOptions& options);
 
 }  // namespace ezossl_tool

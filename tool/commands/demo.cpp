@@ -66,7 +66,7 @@ int RunDemo(const DemoOptions& options) {
     LibrarySettings settings;
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;
-    const Localization localization = Localize(source, settings, "ezossl demo");
+    const Localization localization = Localize(source, settings, "ezossl demo", Method::kBoth);
 
     DirectionPlot plot;
     plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +

@@ -18,12 +18,12 @@ struct Analysis {
 };
 
 // Opens and checks everything first, so that mistakes surface before the long part.
-Analysis Analyse(const AnalyseOptions& options, const std::string& verb) {
+Analysis Analyse(const AnalyseOptions& options, const std::string& verb, Method method = Method::kSpecified) {
     Analysis analysis;
     analysis.array = ParseArray(options.array.array, options.array.distance_cm);
     const std::unique_ptr<BlockSource> source = OpenRecording(options.input);
     const LibrarySettings settings = MakeLibrarySettings(options.library, analysis.array, source->SampleRate());
-    analysis.localization = Localize(*source, settings, verb + " " + options.input.path);
+    analysis.localization = Localize(*source, settings, verb + " " + options.input.path, method);
     return analysis;
 }
 
@@ -34,6 +34,10 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only && (options.truth || options.plot)) {
         throw UsageError("--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out");
     }
+    const Method method = ParseMethod(options.method);
+    if (delays_only && method != Method::kSpecified) {
+        throw UsageError("--bf-mode 1 gives delays only, so --method " + options.method + " has no directions to show; leave one of them out");
+    }
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
     if (options.truth) truth = ReadTruthTrack(*options.truth);
@@ -43,7 +47,7 @@ int RunLocate(const AnalyseOptions& options) {
         plot_file.emplace(*options.plot);
     }
 
-    const Analysis analysis = Analyse(options, "locating");
+    const Analysis analysis = Analyse(options, "locating", method);
     const bool linear = IsLinear(analysis.array);
     const TruthTrack* truth_track = truth ? &*truth : nullptr;
     const ResultTable table =

@@ -10,7 +10,8 @@
 
 namespace ezossl_tool {
 
-// start_s, status, direction_deg; with a truth also truth_deg and error_deg.
+// start_s, status, direction_deg (the SRP adds confidence and level_dbfs); with a truth also
+// truth_deg and error_deg. Both methods: the SRP's columns follow with the prefix srp_.
 ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear);
 
 // frame, start_s and the delay of each pair (empty when the library rejected the pair).

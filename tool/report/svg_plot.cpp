@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "analysis/accuracy.h"
 #include "analysis/angles.h"
 #include "report/number_format.h"
 
@@ -17,6 +18,7 @@ constexpr double kPlotWidth = kWidth - kLeft - kRight, kPlotHeight = kHeight - k
 constexpr double kPlanarTickDeg = 45.0, kLinearTickDeg = 30.0;
 constexpr int kTargetTimeTicks = 10;
 constexpr const char* kEstimateColour = "#1f63c6";
+constexpr const char* kSrpColour = "#d9480f";
 constexpr const char* kTruthColour = "#e07b00";
 constexpr const char* kMissColour = "#9a9a9a";
 
@@ -106,36 +108,55 @@ void TruthLine(std::ostringstream& svg, const Canvas& canvas, const DirectionPlo
     }
 }
 
+// The specified method's directions are dots, the SRP's are squares; a period without a
+// direction is an x at the bottom, in the method's colour when both are shown.
 void Estimates(std::ostringstream& svg, const Canvas& canvas, const DirectionPlot& plot) {
     const Localization& run = *plot.localization;
-    for (const PeriodResult& period : run.periods) {
-        const double middle = period.MiddleSeconds(run.sample_rate);
-        const std::string tip = "<title>" + FormatFixed(period.start_s, 3) + " s: " +
-                                StatusName(period.direction.status) + "</title>";
-        if (period.direction.degrees) {
-            svg << "<circle cx=\"" << Px(canvas.X(middle)) << "\" cy=\"" << Px(canvas.Y(*period.direction.degrees))
-                << "\" r=\"3.5\" fill=\"" << kEstimateColour << "\">" << tip << "</circle>\n";
-        } else {
-            svg << "<text x=\"" << Px(canvas.X(middle)) << "\" y=\"" << Px(kTop + kPlotHeight - 4)
-                << "\" text-anchor=\"middle\" font-size=\"12\" fill=\"" << kMissColour << "\">x" << tip
-                << "</text>\n";
+    const std::vector<bool> methods = ShownMethods(run.method);
+    for (const bool srp : methods) {
+        const char* colour = srp ? kSrpColour : kEstimateColour;
+        const char* miss_colour = methods.size() > 1 ? colour : kMissColour;
+        for (const PeriodResult& period : run.periods) {
+            const double middle = period.MiddleSeconds(run.sample_rate);
+            const MethodAnswer answer = AnswerOf(period, srp);
+            const std::string tip = "<title>" + FormatFixed(period.start_s, 3) + " s: " + answer.status + "</title>";
+            if (answer.degrees && srp) {
+                svg << "<rect x=\"" << Px(canvas.X(middle) - 3) << "\" y=\"" << Px(canvas.Y(*answer.degrees) - 3)
+                    << "\" width=\"6\" height=\"6\" fill=\"" << colour << "\">" << tip << "</rect>\n";
+            } else if (answer.degrees) {
+                svg << "<circle cx=\"" << Px(canvas.X(middle)) << "\" cy=\"" << Px(canvas.Y(*answer.degrees))
+                    << "\" r=\"3.5\" fill=\"" << colour << "\">" << tip << "</circle>\n";
+            } else {
+                svg << "<text x=\"" << Px(canvas.X(middle)) << "\" y=\"" << Px(kTop + kPlotHeight - 4)
+                    << "\" text-anchor=\"middle\" font-size=\"12\" fill=\"" << miss_colour << "\">x" << tip
+                    << "</text>\n";
+            }
         }
     }
 }
 
-void Legend(std::ostringstream& svg, bool with_truth, bool linear) {
+void Legend(std::ostringstream& svg, const DirectionPlot& plot) {
     const double x = kLeft + kPlotWidth + 16;
     double y = kTop + 14;
-    svg << "<g font-size=\"12\" fill=\"#333\">\n"
-        << "<circle cx=\"" << Px(x + 10) << "\" cy=\"" << Px(y - 4) << "\" r=\"3.5\" fill=\"" << kEstimateColour
-        << "\"/><text x=\"" << Px(x + 26) << "\" y=\"" << Px(y) << "\">library direction</text>\n";
-    if (with_truth) {
+    const Method method = plot.localization->method;
+    svg << "<g font-size=\"12\" fill=\"#333\">\n";
+    if (RunsSpecified(method)) {
+        svg << "<circle cx=\"" << Px(x + 10) << "\" cy=\"" << Px(y - 4) << "\" r=\"3.5\" fill=\"" << kEstimateColour
+            << "\"/><text x=\"" << Px(x + 26) << "\" y=\"" << Px(y) << "\">"
+            << (method == Method::kBoth ? "specified direction" : "library direction") << "</text>\n";
         y += 22;
+    }
+    if (RunsSrp(method)) {
+        svg << "<rect x=\"" << Px(x + 7) << "\" y=\"" << Px(y - 7) << "\" width=\"6\" height=\"6\" fill=\"" << kSrpColour
+            << "\"/><text x=\"" << Px(x + 26) << "\" y=\"" << Px(y) << "\">SRP direction</text>\n";
+        y += 22;
+    }
+    if (plot.truth) {
         svg << "<line x1=\"" << Px(x) << "\" y1=\"" << Px(y - 4) << "\" x2=\"" << Px(x + 20) << "\" y2=\""
             << Px(y - 4) << "\" stroke=\"" << kTruthColour << "\" stroke-width=\"2.5\"/><text x=\"" << Px(x + 26)
-            << "\" y=\"" << Px(y) << "\">" << (linear ? "truth, front/back folded" : "truth") << "</text>\n";
+            << "\" y=\"" << Px(y) << "\">" << (plot.linear ? "truth, front/back folded" : "truth") << "</text>\n";
+        y += 22;
     }
-    y += 22;
     svg << "<text x=\"" << Px(x + 10) << "\" y=\"" << Px(y) << "\" text-anchor=\"middle\" fill=\"" << kMissColour
         << "\">x</text><text x=\"" << Px(x + 26) << "\" y=\"" << Px(y) << "\">no direction</text>\n</g>\n";
 }
@@ -157,7 +178,7 @@ std::string RenderDirectionPlot(const DirectionPlot& plot) {
     canvas.Axes(svg);
     if (plot.truth) TruthLine(svg, canvas, plot, duration);
     Estimates(svg, canvas, plot);
-    Legend(svg, plot.truth != nullptr, plot.linear);
+    Legend(svg, plot);
     svg << "</svg>\n";
     return svg.str();
 }

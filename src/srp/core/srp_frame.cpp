@@ -1,5 +1,6 @@
-// Frames of 256 samples, hop 128, sine-windowed; per frame the phase-transform cross-spectrum
-// of each pair, weighted by the frame's band energy so that loud frames outvote quiet ones.
+// Frames of 256 samples, hop 128, sine-windowed; per frame the cross-spectrum of each pair with
+// a partial phase transform, weighted by the frame's band energy so that loud frames outvote
+// quiet ones.
 #include "srp_frame.h"
 
 #include <cmath>
@@ -12,8 +13,25 @@ namespace {
 
 constexpr float kFullScale = 32768.0f;
 
-// Fills state->phase[c] with the unit-magnitude spectrum of channel c in the band; returns
-// the channel's band energy.
+// Each bin is divided by its magnitude to the power 3/4 instead of 1: on the accuracy grid
+// (see the README) keeping a quarter of the magnitude let the bins that carry the source
+// outweigh those holding only noise, and cut the mean error by a sixth. Returns |X|^(1/4),
+// the magnitude left, and scales (re, im) by |X|^(-3/4).
+float Whiten(float power, float* re, float* im) {
+    const float root_half = std::sqrt(std::sqrt(power));  // |X|^(1/2)
+    const float root_quarter = std::sqrt(root_half);      // |X|^(1/4)
+    const float divisor = root_half * root_quarter;        // |X|^(3/4)
+    if (!(divisor > 0.0f)) {
+        *re = *im = 0.0f;
+        return 0.0f;
+    }
+    *re /= divisor;
+    *im /= divisor;
+    return root_quarter;
+}
+
+// Fills state->whitened[c] with the whitened spectrum of channel c in the band; returns the
+// channel's band energy.
 float ChannelSpectrum(SrpState* state, int c, const int16_t* block) {
     float* frame = state->fft_buffer;
     std::memcpy(frame, state->history[c], sizeof(state->history[c]));
@@ -29,13 +47,13 @@ float ChannelSpectrum(SrpState* state, int c, const int16_t* block) {
     float energy = 0.0f;
     for (uint32_t i = 0; i < state->bin_count; ++i) {
         const uint32_t k = state->bin_low + i;
-        const float re = frame[2 * k];
-        const float im = frame[2 * k + 1];
+        float re = frame[2 * k];
+        float im = frame[2 * k + 1];
         const float power = re * re + im * im;
         energy += power;
-        const float magnitude = std::sqrt(power);
-        state->phase[c][i][0] = magnitude > 0.0f ? re / magnitude : 0.0f;
-        state->phase[c][i][1] = magnitude > 0.0f ? im / magnitude : 0.0f;
+        state->whitened_magnitude[c][i] = Whiten(power, &re, &im);
+        state->whitened[c][i][0] = re;
+        state->whitened[c][i][1] = im;
     }
     return energy;
 }
@@ -55,12 +73,13 @@ void Frame_Accumulate(SrpState* state, const int16_t* block) {
     state->level_sum += BlockMeanSquare(block);
     float weight = 0.0f;
     for (int c = 0; c < kChannels; ++c) weight += ChannelSpectrum(state, c, block);
-    state->weight_sum += weight;
     for (int p = 0; p < kPairs; ++p) {
-        const float(*a)[2] = state->phase[kPairMics[p][0]];
-        const float(*b)[2] = state->phase[kPairMics[p][1]];
+        const int first = kPairMics[p][0], second = kPairMics[p][1];
+        const float(*a)[2] = state->whitened[first];
+        const float(*b)[2] = state->whitened[second];
         float(*sum)[2] = state->cross[p];
         for (uint32_t i = 0; i < state->bin_count; ++i) {
+            state->magnitude[p][i] += weight * state->whitened_magnitude[first][i] * state->whitened_magnitude[second][i];
             // a * conj(b): its phase is the delay of the second microphone behind the first.
             sum[i][0] += weight * (a[i][0] * b[i][0] + a[i][1] * b[i][1]);
             sum[i][1] += weight * (a[i][1] * b[i][0] - a[i][0] * b[i][1]);
@@ -72,8 +91,8 @@ void Frame_Accumulate(SrpState* state, const int16_t* block) {
 void Period_Clear(SrpState* state) {
     state->blocks = 0;
     state->level_sum = 0.0f;
-    state->weight_sum = 0.0f;
     std::memset(state->cross, 0, sizeof(state->cross));
+    std::memset(state->magnitude, 0, sizeof(state->magnitude));
 }
 
 }  // namespace ezossl::srp

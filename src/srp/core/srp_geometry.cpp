@@ -101,6 +101,14 @@ uint32_t Steering_Build(SrpState* state, const ArrayLayout& layout, double speed
     const int table_size = kFrame * upsampling;
     for (int i = 0; i < table_size; ++i) state->phase_table[i] = static_cast<float>(std::cos(2.0 * kPi * i / table_size));
 
+    const double hz_per_bin = static_cast<double>(state->sample_rate) / kFrame;
+    for (int p = 0; p < kPairs; ++p) {
+        const double metres = std::hypot(layout.pair[p][0], layout.pair[p][1]);
+        for (uint32_t i = 0; i < state->bin_count; ++i) {
+            const double x = 2.0 * kPi * (state->bin_low + i) * hz_per_bin * metres / speed_of_sound;
+            state->diffuse_coherence[p][i] = static_cast<float>(x > 0.0 ? std::sin(x) / x : 1.0);
+        }
+    }
     state->collinear = layout.collinear ? 1u : 0u;
     state->grid_points = layout.collinear ? kLineGrid : kPlanarGrid;
     for (uint32_t g = 0; g < state->grid_points; ++g) {

@@ -41,13 +41,15 @@ struct SrpState {
     // The open period.
     uint32_t blocks;
     float level_sum;   // sum of the blocks' mean squares
-    float weight_sum;  // sum of the frames' band energies
-    float cross[kPairs][kBins][2];  // energy-weighted phase-transform cross-spectra (re, im)
+    float cross[kPairs][kBins][2];  // energy-weighted, partially whitened cross-spectra (re, im)
+    float magnitude[kPairs][kBins];  // sum of the magnitudes of the terms added to `cross`
 
     float history[kChannels][kHop];  // the previous block, full scale 1.0
     float fft_buffer[kFrame + 2];
-    float phase[kChannels][kBins][2];  // unit-magnitude spectra of the current frame
+    float whitened[kChannels][kBins][2];  // spectra of the current frame, partially whitened
+    float whitened_magnitude[kChannels][kBins];
 
+    float diffuse_coherence[kPairs][kBins];  // of each pair in a diffuse field: sin(x) / x
     float phase_table[kMaxPhaseTable];  // cos(2 pi i / (256 * lag_upsampling))
     float steer[kPlanarGrid][kPairs];   // correlation index of each grid direction and pair
     float correlation[kMaxLagPoints];

@@ -8,13 +8,25 @@
 namespace ezossl::srp {
 namespace {
 
-// sum over the band of re(cross[k] * exp(i 2 pi k m / table_size)), for m around lag 0.
+// A diffuse field (reverberation, room noise) adds sin(x) / x of the pair's spacing to the real
+// part of its cross-spectrum: a false source at lag 0 of every pair, which pulls a line array's
+// answers toward broadside. This share of it is taken out before steering: chosen on the
+// accuracy grid (a larger share helps lines in reverberant rooms but bends anechoic answers
+// near the ends of the line).
+constexpr float kDiffuseShare = 0.3f;
+
+// sum over the band of re(cross[k] * exp(i 2 pi k m / table_size)), for m around lag 0, after
+// the expected diffuse part is taken out.
 void PairCorrelation(SrpState* state, int p) {
     const int table_size = kFrame * static_cast<int>(state->lag_upsampling);
     const int quarter = table_size / 4;
     const float* table = state->phase_table;
     const float(*cross)[2] = state->cross[p];
     float* out = state->correlation + state->lag_first[p];
+    float real[kBins];
+    for (uint32_t i = 0; i < state->bin_count; ++i) {
+        real[i] = cross[i][0] - kDiffuseShare * state->diffuse_coherence[p][i] * state->magnitude[p][i];
+    }
     for (int j = 0; j < state->lag_count[p]; ++j) {
         const int m = j - state->lag_centre[p];
         const int step = ((m % table_size) + table_size) % table_size;
@@ -22,7 +34,7 @@ void PairCorrelation(SrpState* state, int p) {
         float sum = 0.0f;
         for (uint32_t i = 0; i < state->bin_count; ++i) {
             const int sine_index = index >= quarter ? index - quarter : index - quarter + table_size;
-            sum += cross[i][0] * table[index] - cross[i][1] * table[sine_index];
+            sum += real[i] * table[index] - cross[i][1] * table[sine_index];
             index += step;
             if (index >= table_size) index -= table_size;
         }
@@ -63,7 +75,10 @@ SteeredPeak Steer_FindPeak(SrpState* state) {
     const int right = best < points - 1 ? best + 1 : state->collinear ? points - 2 : 0;
     const double offset = ParabolaOffset(state->power[left], state->power[best], state->power[right]);
 
-    const float full_scale = static_cast<float>(kPairs) * static_cast<float>(state->bin_count) * state->weight_sum;
+    float full_scale = 0.0f;
+    for (int p = 0; p < kPairs; ++p) {
+        for (uint32_t i = 0; i < state->bin_count; ++i) full_scale += state->magnitude[p][i];
+    }
     float confidence = full_scale > 0.0f ? state->power[best] / full_scale : 0.0f;
     confidence = confidence < 0.0f ? 0.0f : confidence > 1.0f ? 1.0f : confidence;
     return {Steering_GridToDegrees(*state, best + offset), confidence};

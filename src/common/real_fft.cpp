@@ -1,0 +1,185 @@
+// 256-point real FFT as a 128-point complex radix-4 transform plus the split into a real spectrum.
+#include "real_fft.h"
+
+#include "fft_lanes.h"
+
+namespace ezossl {
+namespace {
+
+constexpr uintptr_t kPlanAlignment = 16;
+constexpr double kPi = 3.14159265358979323846;  // exact roots of unity, not an approximate angle
+constexpr int kQuadrant = kRealFftSize / 4;     // steps of pi / 128 in a right angle
+
+// cos and sin of pi * r / 128 for 0 <= r <= 32 (at most pi / 4) by their Taylor series in
+// double: only additions and multiplications, so every architecture computes the same tables.
+void TaylorCosSin(int r, double* c, double* s) {
+    const double x = kPi * r / (kRealFftSize / 2);
+    const double x2 = x * x;
+    double cos_sum = 1.0, sin_sum = 1.0;
+    for (int k = 24; k >= 2; k -= 2) {
+        cos_sum = 1.0 - x2 / (k * (k - 1)) * cos_sum;
+        sin_sum = 1.0 - x2 / ((k + 1) * k) * sin_sum;
+    }
+    *c = cos_sum;
+    *s = x * sin_sum;
+}
+
+// exp(-2 pi i j / 256) narrowed to float, through the symmetries of the first octant.
+void UnitRoot(int j, float* re, float* im) {
+    const int quadrant = (j / kQuadrant) & 3;
+    const int r = j % kQuadrant;
+    double c, s;
+    if (r <= kQuadrant / 2) {
+        TaylorCosSin(r, &c, &s);
+    } else {
+        TaylorCosSin(kQuadrant - r, &s, &c);
+    }
+    const double cos_j[4] = {c, -s, -c, s};
+    const double sin_j[4] = {s, c, -s, -c};
+    *re = static_cast<float>(cos_j[quadrant]);
+    *im = static_cast<float>(-sin_j[quadrant]);
+}
+
+// One radix-4 decimation-in-frequency butterfly on x[p + r q], r = 0..3: output residue r
+// goes, times w^(r p), to quarter r.
+inline void Radix4Dif(FftLanes* x, int p, int q, const float* w) {
+    const FftLanes a0 = x[p], a1 = x[p + q], a2 = x[p + 2 * q], a3 = x[p + 3 * q];
+    const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
+    x[p] = Add(t0, t2);
+    x[p + q] = Twiddle<false>(AddRotated<false>(t1, t3), w);
+    x[p + 2 * q] = Twiddle<false>(Sub(t0, t2), w + 2);
+    x[p + 3 * q] = Twiddle<false>(AddRotated<true>(t1, t3), w + 4);
+}
+
+// Its inverse up to the factor 4, with the opposite sign: the twiddles come off first, then
+// the butterfly puts the residues back in natural order.
+inline void Radix4Dit(FftLanes* x, int p, int q, const float* w) {
+    const FftLanes y0 = x[p], y1 = Twiddle<true>(x[p + q], w), y2 = Twiddle<true>(x[p + 2 * q], w + 2),
+                   y3 = Twiddle<true>(x[p + 3 * q], w + 4);
+    const FftLanes s0 = Add(y0, y2), s1 = Sub(y0, y2), s2 = Add(y1, y3), s3 = Sub(y1, y3);
+    x[p] = Add(s0, s2);
+    x[p + q] = AddRotated<true>(s1, s3);
+    x[p + 2 * q] = Sub(s0, s2);
+    x[p + 3 * q] = AddRotated<false>(s1, s3);
+}
+
+inline void Radix2(FftLanes* x) {
+    const FftLanes a0 = x[0], a1 = x[1];
+    x[0] = Add(a0, a1);
+    x[1] = Sub(a0, a1);
+}
+
+// Twiddles of the pass over blocks of 4q points.
+const float* PassTwiddles(const RealFftPlan* plan, int q) {
+    return plan->stage_twiddles + (q == 32 ? 0 : q == 8 ? 6 * 32 : 6 * 40);
+}
+
+// The 128-point forward transform in place, natural order in, bin k out at position[k]:
+// radix-4 passes over blocks of 128, 32 and 8 points, then radix 2. The last two passes run
+// block by block of 8 points, which stay in registers between them.
+void ForwardTransform(RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    for (int q = 32; q >= 8; q /= 4) {
+        const float* w = PassTwiddles(plan, q);
+        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+            for (int p = 0; p < q; ++p) Radix4Dif(data + block, p, q, w + 6 * p);
+        }
+    }
+    const float* w = PassTwiddles(plan, 2);
+    for (int block = 0; block < kHalfFftSize; block += 8) {
+        FftLanes x[8];
+        for (int i = 0; i < 8; ++i) x[i] = data[block + i];
+        Radix4Dif(x, 0, 2, w);
+        Radix4Dif(x, 1, 2, w + 6);
+        for (int i = 0; i < 8; i += 2) Radix2(x + i);
+        for (int i = 0; i < 8; ++i) data[block + i] = x[i];
+    }
+}
+
+// The forward transform's passes undone in reverse order: bin k taken from position[k],
+// the inverse transform (unscaled, opposite sign) left in natural order.
+void InverseTransform(RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    const float* w = PassTwiddles(plan, 2);
+    for (int block = 0; block < kHalfFftSize; block += 8) {
+        FftLanes x[8];
+        for (int i = 0; i < 8; ++i) x[i] = data[block + i];
+        for (int i = 0; i < 8; i += 2) Radix2(x + i);
+        Radix4Dit(x, 0, 2, w);
+        Radix4Dit(x, 1, 2, w + 6);
+        for (int i = 0; i < 8; ++i) data[block + i] = x[i];
+    }
+    for (int q = 8; q <= 32; q *= 4) {
+        const float* wq = PassTwiddles(plan, q);
+        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+            for (int p = 0; p < q; ++p) Radix4Dit(data + block, p, q, wq + 6 * p);
+        }
+    }
+}
+
+void Store(float* const out[kFftLanes], int k, const FftLanes& value) {
+    for (int l = 0; l < kFftLanes; ++l) {
+        if (!out[l]) continue;
+        out[l][2 * k] = value.re[l];
+        out[l][2 * k + 1] = value.im[l];
+    }
+}
+
+}  // namespace
+
+RealFftPlan* RealFft_Build(void* region, size_t bytes) {
+    const uintptr_t start = reinterpret_cast<uintptr_t>(region);
+    const uintptr_t aligned = (start + kPlanAlignment - 1) & ~(kPlanAlignment - 1);
+    if (!region || aligned - start + sizeof(RealFftPlan) > bytes) return nullptr;
+    auto* plan = reinterpret_cast<RealFftPlan*>(aligned);
+
+    float* w = plan->stage_twiddles;
+    for (int q = 32; q >= 2; q /= 4) {
+        const int step = kHalfFftSize / (4 * q) * 2;  // exp(-2 pi i / 4q) = exp(-2 pi i step / 256)
+        for (int p = 0; p < q; ++p) {
+            for (int r = 1; r <= 3; ++r, w += 2) UnitRoot(r * p * step, &w[0], &w[1]);
+        }
+    }
+    for (int k = 0; k <= kHalfFftSize / 2; ++k) UnitRoot(k, &plan->split_twiddles[k][0], &plan->split_twiddles[k][1]);
+    // Residues of the passes, first to last, are the digits of the position, most significant first.
+    for (int k = 0; k < kHalfFftSize; ++k) {
+        plan->position[k] = static_cast<uint8_t>((k % 4) * 32 + (k / 4 % 4) * 8 + (k / 16 % 4) * 2 + k / 64);
+    }
+    return plan;
+}
+
+void RealFft_ForwardTransform(RealFftPlan* plan) { ForwardTransform(plan); }
+
+void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
+    ForwardTransform(plan);
+    for (int k = 0; k <= kHalfFftSize / 2; ++k) {
+        FftLanes bin, mirror;
+        RealFft_SplitPair(plan, k, &bin, &mirror);
+        Store(out, k, bin);
+        if (k < kHalfFftSize / 2) Store(out, kHalfFftSize - k, mirror);
+    }
+}
+
+void RealFft_InverseTransform(RealFftPlan* plan) {
+    FftLanes* data = plan->data;
+    const uint8_t* position = plan->position;
+    FftLanes& ends = data[position[0]];
+    for (int l = 0; l < kFftLanes; ++l) {
+        const float dc = ends.re[l], nyquist = ends.im[l];
+        ends.re[l] = dc + nyquist;
+        ends.im[l] = dc - nyquist;
+    }
+    for (int k = 1; k <= kHalfFftSize / 2; ++k) {
+        FftLanes& bin = data[position[k]];
+        FftLanes& mirror = data[position[kHalfFftSize - k]];
+        const FftLanes b = Conjugate(mirror);
+        const FftLanes sum = Add(bin, b);
+        const FftLanes rotated = Twiddle<true>(Sub(bin, b), plan->split_twiddles[k]);
+        const FftLanes z = AddRotated<true>(sum, rotated);
+        if (k < kHalfFftSize / 2) mirror = Conjugate(AddRotated<false>(sum, rotated));
+        bin = z;
+    }
+    InverseTransform(plan);
+}
+
+}  // namespace ezossl
