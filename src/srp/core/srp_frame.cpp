@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "common/real_fft.h"
 #include "common/window_tables.h"
 
 namespace ezossl::srp {
@@ -21,34 +22,45 @@ float Whiten(float power, float* re, float* im) {
     const float root_half = std::sqrt(std::sqrt(power));  // |X|^(1/2)
     const float root_quarter = std::sqrt(root_half);      // |X|^(1/4)
     const float divisor = root_half * root_quarter;        // |X|^(3/4)
-    if (!(divisor > 0.0f)) {
-        *re = *im = 0.0f;
-        return 0.0f;
-    }
-    *re /= divisor;
-    *im /= divisor;
+    // One division per bin instead of two; a silent bin (divisor 0) stays 0.
+    const float scale = divisor > 0.0f ? 1.0f / divisor : 0.0f;
+    *re *= scale;
+    *im *= scale;
     return root_quarter;
+}
+
+// The four channels' frames (the previous block, then this one) through one four-lane
+// transform: their spectra land in state->spectrum, one row per channel.
+void ChannelSpectra(SrpState* state, const int16_t* block) {
+    auto* plan = static_cast<RealFftPlan*>(state->fft.configuration);
+    float frame[kFrame];
+    float* out[kChannels];
+    for (int c = 0; c < kChannels; ++c) {
+        std::memcpy(frame, state->history[c], sizeof(state->history[c]));
+        for (int n = 0; n < kHop; ++n) {
+            const float v = static_cast<float>(block[kChannels * n + c]) / kFullScale;
+            frame[kHop + n] = v;
+            state->history[c][n] = v;
+        }
+        FftWindow_Apply(frame, kWindowIn);
+        for (int n = 0; n < kHalfFftSize; ++n) {
+            plan->data[n].re[c] = frame[2 * n];
+            plan->data[n].im[c] = frame[2 * n + 1];
+        }
+        out[c] = state->spectrum[c];
+    }
+    RealFft_Forward(plan, out);
 }
 
 // Fills state->whitened[c] with the whitened spectrum of channel c in the band; returns the
 // channel's band energy.
-float ChannelSpectrum(SrpState* state, int c, const int16_t* block) {
-    float* frame = state->fft_buffer;
-    std::memcpy(frame, state->history[c], sizeof(state->history[c]));
-    for (int n = 0; n < kHop; ++n) {
-        const float v = static_cast<float>(block[kChannels * n + c]) / kFullScale;
-        frame[kHop + n] = v;
-        state->history[c][n] = v;
-    }
-    frame[kFrame] = frame[kFrame + 1] = 0.0f;
-    FftWindow_Apply(frame, kWindowIn);
-    Qel_rdft(&state->fft, kFrame, kFftForward, frame, state->fft.scratch, state->fft.scratch);
-
+float WhitenChannel(SrpState* state, int c) {
+    const float* spectrum = state->spectrum[c];
     float energy = 0.0f;
     for (uint32_t i = 0; i < state->bin_count; ++i) {
         const uint32_t k = state->bin_low + i;
-        float re = frame[2 * k];
-        float im = frame[2 * k + 1];
+        float re = spectrum[2 * k];
+        float im = spectrum[2 * k + 1];
         const float power = re * re + im * im;
         energy += power;
         state->whitened_magnitude[c][i] = Whiten(power, &re, &im);
@@ -71,8 +83,9 @@ float BlockMeanSquare(const int16_t* block) {
 
 void Frame_Accumulate(SrpState* state, const int16_t* block) {
     state->level_sum += BlockMeanSquare(block);
+    ChannelSpectra(state, block);
     float weight = 0.0f;
-    for (int c = 0; c < kChannels; ++c) weight += ChannelSpectrum(state, c, block);
+    for (int c = 0; c < kChannels; ++c) weight += WhitenChannel(state, c);
     for (int p = 0; p < kPairs; ++p) {
         const int first = kPairMics[p][0], second = kPairMics[p][1];
         const float(*a)[2] = state->whitened[first];

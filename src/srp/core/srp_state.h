@@ -45,7 +45,7 @@ struct SrpState {
     float magnitude[kPairs][kBins];  // sum of the magnitudes of the terms added to `cross`
 
     float history[kChannels][kHop];  // the previous block, full scale 1.0
-    float fft_buffer[kFrame + 2];
+    float spectrum[kChannels][2 * kBins];  // the current frame's spectra, re, im per bin
     float whitened[kChannels][kBins][2];  // spectra of the current frame, partially whitened
     float whitened_magnitude[kChannels][kBins];
 
