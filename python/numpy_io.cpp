@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "io/audio_input.h"
+#include "io/pcm_samples.h"
 
 namespace py = pybind11;
 
@@ -29,7 +29,7 @@ std::vector<int16_t> FromFullScale(const py::array& array, int64_t& clipped) {
             throw py::value_error("samples must be finite; row " + std::to_string(i / EZOSSL_MIC_NUM) + " holds " +
                                   std::to_string(in[i]));
         }
-        out[i] = ezossl_tool::FullScaleToInt16(in[i], clipped);
+        out[i] = ezossl_tool::NormalisedToInt16(in[i], clipped);
     }
     return out;
 }

@@ -101,21 +101,22 @@ TEST_F(Formats, BothMethodsShareEachRowAndTheSrpAddsConfidenceAndLevel) {
     }
     const RunResult silent = RunOk(Args({"locate", "silence.wav", "--method", "srp"}, kUla));
     EXPECT_EQ(silent.out,
-              "start_s  status  direction_deg  confidence  level_dbfs\n"
-              "  0.000  SILENT                       0.00      -100.0\n"
-              "  0.256  SILENT                       0.00      -100.0\n"
+              " start_s  status           direction_deg  confidence  level_dbfs\n"
+              "   0.000  SILENT                                0.00      -100.0\n"
+              "   0.256  SILENT                                0.00      -100.0\n"
               "\n"
               "periods: 2 of 0.256 s, with a direction: 0 (0.0 %); SILENT 2\n");
 }
 
-// Columns line up under their headers: text to the left, numbers to the right; the summary
+// Columns line up under their headers at fixed widths, since rows stream out as periods close:
+// text to the left, numbers to the right; the summary
 // follows after an empty line on standard output, and nothing goes to standard error.
 TEST_F(Formats, TableIsAlignedWithTheSummaryBelow) {
     const RunResult result = RunOk(Args({"locate", "silence.wav"}, kUla));
     EXPECT_EQ(result.out,
-              "start_s  status           direction_deg\n"
-              "  0.000  SIGNAL_TOO_WEAK\n"
-              "  0.256  SIGNAL_TOO_WEAK\n"
+              " start_s  status           direction_deg\n"
+              "   0.000  SIGNAL_TOO_WEAK\n"
+              "   0.256  SIGNAL_TOO_WEAK\n"
               "\n"
               "periods: 2 of 0.256 s, with a direction: 0 (0.0 %); SIGNAL_TOO_WEAK 2\n");
     EXPECT_EQ(result.err, "");

@@ -1,8 +1,11 @@
 // Test helpers: the binary run through the shell with its streams captured in files.
 #include "tool_test_support.h"
 
+#include <fcntl.h>
 #include <sndfile.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -123,6 +126,47 @@ RunResult ToolTest::RunOk(const std::vector<std::string>& args) const {
     for (const std::string& arg : args) line += " " + arg;
     EXPECT_EQ(result.exit_code, 0) << line << "\n" << result.err;
     return result;
+}
+
+Child ToolTest::Start(const std::vector<std::string>& args, const std::string& stdout_file) const {
+    int input[2], output[2];
+    if (pipe(input) != 0 || pipe(output) != 0) ADD_FAILURE() << "no pipes";
+    const int err = open(Path(".stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int out = stdout_file.empty() ? output[1] : open(stdout_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    std::vector<std::string> argv_text = Args({EZOSSL_BINARY}, args);
+    std::vector<char*> argv;
+    for (std::string& arg : argv_text) argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    Child child;
+    child.pid = fork();
+    if (child.pid == 0) {
+        dup2(input[0], STDIN_FILENO);
+        dup2(out, STDOUT_FILENO);
+        dup2(err, STDERR_FILENO);
+        for (const int fd : {input[0], input[1], output[0], output[1], err, out}) close(fd);
+        if (chdir(Path("").c_str()) == 0) execv(argv[0], argv.data());
+        _exit(127);
+    }
+    for (const int fd : {input[0], output[1], err}) close(fd);
+    if (out != output[1]) close(out);
+    child.input = input[1];
+    child.output = output[0];
+    return child;
+}
+
+Finished ToolTest::Wait(Child& child) const {
+    for (int* fd : {&child.input, &child.output}) {
+        if (*fd >= 0) close(*fd);
+        *fd = -1;
+    }
+    int status = 0;
+    struct rusage usage {};
+    wait4(child.pid, &status, 0, &usage);
+    Finished finished;
+    finished.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    finished.max_rss_kb = usage.ru_maxrss;
+    finished.err = ReadFile(".stderr");
+    return finished;
 }
 
 bool ToolTest::Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }

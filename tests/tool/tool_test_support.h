@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -47,6 +49,19 @@ void WriteAudio(const std::string& path, const Audio& audio, int format);
 // Parses the file with Python's XML parser and checks that its root is an SVG element.
 bool IsWellFormedSvg(const std::string& path);
 
+// A running tool: its standard input and output are pipes, its standard error a file.
+struct Child {
+    pid_t pid = -1;
+    int input = -1;    // write end of its standard input
+    int output = -1;   // read end of its standard output
+};
+
+struct Finished {
+    int exit_code = -1;
+    long max_rss_kb = 0;   // the child's own peak memory
+    std::string err;
+};
+
 // Each test gets its own temporary folder, where the binary runs.
 class ToolTest : public ::testing::Test {
   protected:
@@ -54,6 +69,10 @@ class ToolTest : public ::testing::Test {
     RunResult Run(const std::vector<std::string>& args) const;
     // Runs and expects success; on failure the test stops with the tool's error output.
     RunResult RunOk(const std::vector<std::string>& args) const;
+    // Starts the binary without waiting; stdout_file, when given, replaces the output pipe.
+    Child Start(const std::vector<std::string>& args, const std::string& stdout_file = "") const;
+    // Closes what is still open of the pipes and waits for the child to end.
+    Finished Wait(Child& child) const;
     std::string ReadFile(const std::string& name) const { return ezossl_test::ReadFile(Path(name)); }
     void WriteFile(const std::string& name, const std::string& content) const { dir_.Write(name, content); }
     bool Exists(const std::string& name) const;

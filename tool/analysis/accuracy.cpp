@@ -10,13 +10,12 @@
 namespace ezossl_tool {
 namespace {
 
-std::string Percent(int part, int whole) {
+std::string Percent(int64_t part, int64_t whole) {
     return whole == 0 ? "-" : FormatFixed(100.0 * part / whole, 1) + " %";
 }
 
 std::string StatusCounts(const Localization& localization, bool srp) {
-    std::map<std::string, int> counts;
-    for (const PeriodResult& period : localization.periods) ++counts[AnswerOf(period, srp).status];
+    const std::map<std::string, int64_t>& counts = localization.tallies[srp].status_counts;
     std::string text;
     for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
     return text;
@@ -71,9 +70,8 @@ namespace {
 std::vector<std::string> MethodSummaryLines(const Localization& localization, const TruthTrack* truth, bool linear,
                                             bool srp) {
     std::vector<std::string> lines;
-    int with_direction = 0;
-    for (const PeriodResult& period : localization.periods) with_direction += AnswerOf(period, srp).degrees.has_value();
-    const int periods = static_cast<int>(localization.periods.size());
+    const int64_t with_direction = localization.tallies[srp].with_direction;
+    const int64_t periods = localization.period_count;
     lines.push_back("periods: " + std::to_string(periods) + " of " + FormatFixed(localization.PeriodSeconds(), 3) +
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
                     "); " + StatusCounts(localization, srp));

@@ -105,7 +105,10 @@ std::vector<GridPeriod> RunJob(const AccuracyGrid& grid, const SceneJob& job) {
     for (size_t snr = 0; snr < grid.snrs_db.size(); ++snr) {
         MemorySource source(WithNoise(clean, grid.snrs_db[snr], job.seed * kNoiseSeedStep + snr),
                             setup.sample_rate);
-        const Localization localization = Localize(source, settings, "", Method::kBoth);
+        ResultSink no_rows;
+        LocalizeOptions run;
+        run.method = Method::kBoth;
+        const Localization localization = Localize(source, settings, no_rows, run);
         for (const PeriodResult& period : localization.periods) {
             GridPeriod out;
             std::copy(std::begin(job.axis), std::end(job.axis), out.axis);

@@ -9,8 +9,6 @@
 namespace ezossl_tool {
 namespace {
 
-constexpr std::array<uint32_t, 4> kRates = {8000, 16000, 32000, 48000};
-
 const std::map<uint32_t, const char*>& StatusNames() {
     static const std::map<uint32_t, const char*> names = {
         {SSL_RET_OK, "OK"},
@@ -66,12 +64,14 @@ std::string NamedStatus(const std::map<uint32_t, const char*>& names, uint32_t s
     return text;
 }
 
-bool IsSupportedRate(uint32_t rate) { return std::find(kRates.begin(), kRates.end(), rate) != kRates.end(); }
+bool IsSupportedRate(uint32_t rate) {
+    return std::find(kSupportedRates.begin(), kSupportedRates.end(), rate) != kSupportedRates.end();
+}
 
 std::string SupportedRatesText() { return "8000, 16000, 32000 or 48000 Hz"; }
 
 uint32_t NearestSupportedRate(uint32_t rate) {
-    return *std::min_element(kRates.begin(), kRates.end(), [rate](uint32_t a, uint32_t b) {
+    return *std::min_element(kSupportedRates.begin(), kSupportedRates.end(), [rate](uint32_t a, uint32_t b) {
         return std::llabs(int64_t(a) - rate) < std::llabs(int64_t(b) - rate);
     });
 }

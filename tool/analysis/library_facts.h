@@ -52,6 +52,8 @@ bool ClosesVotingPeriod(uint32_t status);
 // "OK", "SIGNAL_TOO_WEAK", ... (the status constant without its SSL_RET_ prefix).
 std::string StatusName(uint32_t status);
 
+// The sample rates the library accepts.
+constexpr std::array<uint32_t, 4> kSupportedRates = {8000, 16000, 32000, 48000};
 // The name a table gives a status, or its value as "0x%08X" when the table does not know it.
 std::string NamedStatus(const std::map<uint32_t, const char*>& names, uint32_t status);
 

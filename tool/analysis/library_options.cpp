@@ -92,6 +92,13 @@ void RequireArrayFitsRate(const ArrayDescription& array, uint32_t sample_rate, d
     }
 }
 
+void RequireLibraryRate(uint32_t rate) {
+    if (!IsSupportedRate(rate)) {
+        throw UsageError("--rate " + std::to_string(rate) + " Hz is not one the library supports; choose " +
+                         SupportedRatesText());
+    }
+}
+
 LibrarySettings MakeLibrarySettings(const LibraryOptions& options, const ArrayDescription& array,
                                     uint32_t sample_rate) {
     RequireTemperature(options.temperature_c);

@@ -15,6 +15,8 @@ struct LibraryOptions {
     int bf_mode = 0;
 };
 
+// Refuses a --rate the library does not support; throws UsageError.
+void RequireLibraryRate(uint32_t rate);
 // The air temperatures the library's unsigned field can hold sensibly: 0 to 60 deg C.
 void RequireTemperature(double temperature_c);
 

@@ -1,8 +1,10 @@
 // The voting-period loop: Run for each block, and at each period's end Get_Direction and Reset_Mapping.
 #include "analysis/localizer.h"
 
+#include "analysis/accuracy.h"
 #include "cli/errors.h"
 #include "io/progress.h"
+#include "io/stop_request.h"
 #include "report/number_format.h"
 
 namespace ezossl_tool {
@@ -14,54 +16,79 @@ Method ParseMethod(const std::string& text) {
     throw UsageError("--method must be specified, srp or both, got \"" + text + "\"");
 }
 
+Method ParseMethod(const std::string& text, bool delays_only) {
+    const Method method = ParseMethod(text);
+    if (delays_only && method != Method::kSpecified) {
+        throw UsageError("--bf-mode 1 gives delays only, so --method " + text +
+                         " has no directions to show; leave one of them out");
+    }
+    return method;
+}
+
 double PeriodResult::MiddleSeconds(uint32_t sample_rate) const {
     return start_s + 0.5 * frames * EZOSSL_POINT_NUMBER / sample_rate;
 }
 
 double Localization::PeriodSeconds() const { return double(frames_per_vote) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-double Localization::DurationSeconds() const { return double(frames.size()) * EZOSSL_POINT_NUMBER / sample_rate; }
+double Localization::DurationSeconds() const { return double(frame_count) * EZOSSL_POINT_NUMBER / sample_rate; }
 
-// The specified library always runs: it applies the gain and checks the settings; the SRP
-// library runs beside it on the same (gained) blocks when the method asks for it.
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label,
-                      Method method) {
+namespace {
+
+void ClosePeriod(SslSession& session, std::optional<SrpSession>& srp, PeriodResult& period, Localization& result,
+                 ResultSink& sink, bool keep_periods) {
+    period.direction = session.CloseVotingPeriod();
+    if (srp) period.srp = srp->ClosePeriod();
+    result.last_period = period;
+    ++result.period_count;
+    for (const bool srp_method : ShownMethods(result.method)) {
+        const MethodAnswer answer = AnswerOf(period, srp_method);
+        MethodTally& tally = result.tallies[srp_method];
+        tally.with_direction += answer.degrees.has_value();
+        ++tally.status_counts[answer.status];
+    }
+    if (keep_periods) result.periods.push_back(period);
+    sink.OnPeriod(period, result);
+    period.frames = 0;
+}
+
+}  // namespace
+
+Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
+                      const LocalizeOptions& options) {
+    // The specified library always runs: it applies the gain and checks the settings; the SRP
+    // library runs beside it on the same (gained) blocks when the method asks for it.
     SslSession session(settings);
     std::optional<SrpSession> srp;
-    if (RunsSrp(method)) srp.emplace(settings);
-    Progress progress(progress_label, source.TotalInstants(), source.SampleRate());
+    if (RunsSrp(options.method)) srp.emplace(settings);
+    Progress progress(options.progress_label, source.TotalInstants(), source.SampleRate());
     Localization result;
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
-    result.method = method;
+    result.method = options.method;
 
     Block block;
-    int64_t done = 0;
     PeriodResult period;
-    for (int real = source.NextBlock(block); real > 0; real = source.NextBlock(block)) {
-        const double start_s = double(done) / result.sample_rate;
-        if (period.frames == 0) period.start_s = start_s;
-        result.frames.push_back({start_s, session.Run(block)});
+    for (int real = 0; !StopRequested() && (real = source.NextBlock(block)) > 0;) {
+        FrameResult frame;
+        frame.index = result.frame_count++;
+        frame.start_s = double(result.instants) / result.sample_rate;
+        if (period.frames == 0) period.start_s = frame.start_s;
+        frame.delays = session.Run(block);
         if (srp) srp->Process(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
-        done += real;
-        progress.Update(done);
+        result.clipped_samples = source.ClippedSamples();
+        result.nan_samples = source.NanSamples();
+        result.overruns = source.Overruns();
+        result.wrapped_samples = session.WrappedSamples();
+        sink.OnFrame(frame, result);
+        result.instants += real;
+        progress.Update(result.instants);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
-            period.direction = session.CloseVotingPeriod();
-            if (srp) period.srp = srp->ClosePeriod();
-            result.periods.push_back(period);
-            period.frames = 0;
+            ClosePeriod(session, srp, period, result, sink, options.keep_periods);
         }
     }
-    // A last, shorter period still gets its vote; the notes say how short it was.
-    if (period.frames > 0) {
-        period.direction = session.CloseVotingPeriod();
-        if (srp) period.srp = srp->ClosePeriod();
-        result.periods.push_back(period);
-    }
-    result.clipped_samples = source.ClippedSamples();
-    result.nan_samples = source.NanSamples();
-    result.wrapped_samples = session.WrappedSamples();
+    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, srp, period, result, sink, options.keep_periods);
     return result;
 }
 
@@ -71,10 +98,10 @@ std::vector<std::string> InputNotes(const Localization& localization) {
         notes.push_back("the last block was completed with " + std::to_string(localization.padded_instants) +
                         " zero samples per channel");
     }
-    if (!localization.periods.empty() && localization.periods.back().frames < localization.frames_per_vote) {
-        const PeriodResult& last = localization.periods.back();
-        notes.push_back("the last period (from " + FormatFixed(last.start_s, 3) + " s) has only " +
-                        std::to_string(last.frames) + " of " + std::to_string(localization.frames_per_vote) +
+    const std::optional<PeriodResult>& last = localization.last_period;
+    if (last && last->frames < localization.frames_per_vote) {
+        notes.push_back("the last period (from " + FormatFixed(last->start_s, 3) + " s) has only " +
+                        std::to_string(last->frames) + " of " + std::to_string(localization.frames_per_vote) +
                         " frames");
     }
     if (localization.clipped_samples > 0) {

@@ -1,7 +1,9 @@
-// Feeding a recording to the library frame by frame and collecting its answers per period.
+// Feeding blocks to the library frame by frame and handing out each answer as soon as it is complete.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 namespace ezossl_tool {
 
 struct FrameResult {
+    int64_t index = 0;
     double start_s = 0.0;
     PairDelays delays{};   // EZOSSL_DELAY_REJECTED for a rejected pair
 };
@@ -22,6 +25,8 @@ enum class Method { kSpecified, kSrp, kBoth };
 
 // Parses --method (specified, srp or both); throws UsageError.
 Method ParseMethod(const std::string& text);
+// ParseMethod, refusing the SRP when the library gives delays only (--bf-mode 1).
+Method ParseMethod(const std::string& text, bool delays_only);
 inline bool RunsSpecified(Method method) { return method != Method::kSrp; }
 inline bool RunsSrp(Method method) { return method != Method::kSpecified; }
 
@@ -35,25 +40,54 @@ struct PeriodResult {
     double MiddleSeconds(uint32_t sample_rate) const;
 };
 
+// Counts of one method's period answers, kept as the periods close.
+struct MethodTally {
+    int64_t with_direction = 0;
+    std::map<std::string, int64_t> status_counts;   // by status name
+};
+
+// What a run keeps: counters, and the periods unless the caller needs none of them. Frames are
+// never kept, so memory does not grow with the length of the input.
 struct Localization {
     uint32_t sample_rate = 0;
     int frames_per_vote = 0;
     Method method = Method::kSpecified;
-    std::vector<FrameResult> frames;
-    std::vector<PeriodResult> periods;   // empty when only delays were asked for
+    int64_t frame_count = 0;
+    int64_t instants = 0;                // real sample instants read, without padding
+    std::vector<PeriodResult> periods;   // empty when not kept
+    int64_t period_count = 0;
+    std::array<MethodTally, 2> tallies;  // the specified method's, then the SRP's
+    std::optional<PeriodResult> last_period;
     int padded_instants = 0;             // zeros added to complete the last block
     int64_t clipped_samples = 0;         // input samples beyond 16 bits
     int64_t nan_samples = 0;             // input samples that were not numbers, read as 0
     int64_t wrapped_samples = 0;         // samples the gain pushed beyond 16 bits
+    int64_t overruns = 0;                // capture overruns, recovered from
 
     double PeriodSeconds() const;
-    double DurationSeconds() const;
+    double DurationSeconds() const;      // of the frames, the padding of the last included
 };
 
-// Runs the whole recording through one library instance; progress_label names the work on a
-// terminal when the recording is long.
-Localization Localize(BlockSource& source, const LibrarySettings& settings, const std::string& progress_label,
-                      Method method = Method::kSpecified);
+// Receives every frame and every closed period the moment the library has answered; so_far
+// holds the counters up to that point. Writers of rows, plots or statistics each implement
+// what they need.
+class ResultSink {
+  public:
+    virtual ~ResultSink() = default;
+    virtual void OnFrame(const FrameResult& /*frame*/, const Localization& /*so_far*/) {}
+    virtual void OnPeriod(const PeriodResult& /*period*/, const Localization& /*so_far*/) {}
+};
+
+struct LocalizeOptions {
+    std::string progress_label;   // names the work on a terminal when the input is long
+    bool keep_periods = true;
+    Method method = Method::kSpecified;
+};
+
+// Runs the whole input through one library instance, until the source ends or a stop is
+// requested; a last, shorter period is still voted.
+Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
+                      const LocalizeOptions& options);
 
 // "note: ..." lines about the input that the user must not miss (padding, clipping, wrapping,
 // a short last period).

@@ -22,17 +22,9 @@ void AddArrayOptions(CLI::App& command, ArrayOptions& options) {
     command.add_option("--distance", options.distance_cm, "cm: ula spacing of neighbouring microphones, uca diameter");
 }
 
-void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
-    AudioInputOptions& input = options.input;
-    command.add_option("FILE", input.path, "4-channel recording (WAV, FLAC, ... or headerless PCM with --raw)")
-        ->required();
-    AddArrayOptions(command, options.array);
-    command.add_option("--map", input.map, "channels of microphones 0-3, 1-based, e.g. 1,2,3,4");
-    command.add_flag("--raw", input.raw, "FILE is headerless interleaved little-endian PCM");
-    command.add_option("--rate", input.raw_rate, "with --raw: sample rate in Hz");
-    command.add_option("--channels", input.raw_channels, "with --raw: channels per sample instant");
-    command.add_option("--bits", input.raw_bits, "with --raw: 16 or 32-bit integers")->capture_default_str();
-    LibraryOptions& library = options.library;
+// The library's settings and the output format: locate, delays and listen share them.
+void AddLibraryOptions(CLI::App& command, ArrayOptions& array, LibraryOptions& library, std::string& format) {
+    AddArrayOptions(command, array);
     command.add_option("--temperature", library.temperature_c, "air temperature in deg C, 0 to 60")->capture_default_str();
     command.add_option("--threshold", library.threshold_db, "level threshold in dB, -80 to 0")->capture_default_str();
     command.add_option("--frames-per-vote", library.frames_per_vote, "frames of 128 samples per voting period")
@@ -40,7 +32,39 @@ void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
     command.add_option("--gain", library.gain_db, "digital gain in dB applied to each block first, -120 to 120");
     command.add_option("--bf-mode", library.bf_mode, "library bf_mode: 0 directions, 1 delays only")
         ->capture_default_str();
-    command.add_option("--format", options.format, "table, csv or json (JSON lines)")->capture_default_str();
+    command.add_option("--format", format, "table, csv or json (JSON lines)")->capture_default_str();
+}
+
+void AddMethodOption(CLI::App& command, std::string& method) {
+    command
+        .add_option("--method", method,
+                    "specified (the library's voting), srp (the SRP-PHAT companion library) or both side by side")
+        ->capture_default_str();
+}
+
+void AddAnalyseOptions(CLI::App& command, AnalyseOptions& options) {
+    AudioInputOptions& input = options.input;
+    command.add_option("FILE", input.path,
+                       "4-channel recording (WAV, FLAC, ... or headerless PCM with --raw); - reads standard input")
+        ->required();
+    command.add_option("--map", input.map, "channels of microphones 0-3, 1-based, e.g. 1,2,3,4");
+    command.add_flag("--raw", input.raw, "FILE is headerless interleaved little-endian PCM");
+    command.add_option("--rate", input.raw_rate, "with --raw: sample rate in Hz");
+    command.add_option("--channels", input.raw_channels, "with --raw: channels per sample instant");
+    command.add_option("--bits", input.raw_bits, "with --raw: 16 or 32-bit integers")->capture_default_str();
+    AddLibraryOptions(command, options.array, options.library, options.format);
+}
+
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
+    CaptureOptions& capture = options.capture;
+    command.add_option("--device", capture.device, "ALSA capture device, e.g. plughw:1,0 (arecord -L lists them)")
+        ->required();
+    command.add_option("--rate", capture.rate, "sample rate in Hz (8000, 16000, 32000 or 48000)")->capture_default_str();
+    command.add_option("--channels", capture.channels, "channels to capture")->capture_default_str();
+    command.add_option("--bits", capture.bits, "16 or 32: S16_LE or S32_LE samples")->capture_default_str();
+    command.add_option("--map", capture.map, "channels of microphones 0-3, 1-based, e.g. 1,2,3,4");
+    command.add_option("--duration", capture.duration_s, "stop after this many seconds of audio (default: Ctrl-C)");
+    AddLibraryOptions(command, options.array, options.library, options.format);
 }
 
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
@@ -76,11 +100,13 @@ struct CommandLine::Parts {
     CLI::App app{"ezossl: sound-source localisation with a four-microphone array", "ezossl"};
     bool show_library_messages = false;
     AnalyseOptions locate, delays;
+    ListenOptions listen;
     SimulateOptions simulate;
     DemoOptions demo;
     AccuracyOptions accuracy;
     CLI::App* locate_command = nullptr;
     CLI::App* delays_command = nullptr;
+    CLI::App* listen_command = nullptr;
     CLI::App* simulate_command = nullptr;
     CLI::App* demo_command = nullptr;
     CLI::App* accuracy_command = nullptr;
@@ -96,13 +122,15 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     AddAnalyseOptions(*parts_->locate_command, parts_->locate);
     parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
     parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
-    parts_->locate_command
-        ->add_option("--method", parts_->locate.method,
-                     "specified (the library's voting), srp (the SRP-PHAT companion library) or both side by side")
-        ->capture_default_str();
+    AddMethodOption(*parts_->locate_command, parts_->locate.method);
 
     parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
     AddAnalyseOptions(*parts_->delays_command, parts_->delays);
+
+    parts_->listen_command =
+        app.add_subcommand("listen", "directions live from an ALSA capture device, one row per voting period");
+    AddListenOptions(*parts_->listen_command, parts_->listen);
+    AddMethodOption(*parts_->listen_command, parts_->listen.method);
 
     parts_->simulate_command = app.add_subcommand("simulate", "write a 4-channel recording of a scene with known truth");
     AddSimulateOptions(*parts_->simulate_command, parts_->simulate);
@@ -142,6 +170,7 @@ bool CommandLine::ShowLibraryMessages() const { return parts_->show_library_mess
 int CommandLine::Run() {
     if (parts_->locate_command->parsed()) return RunLocate(parts_->locate);
     if (parts_->delays_command->parsed()) return RunDelays(parts_->delays);
+    if (parts_->listen_command->parsed()) return RunListen(parts_->listen);
     if (parts_->simulate_command->parsed()) return RunSimulate(parts_->simulate);
     if (parts_->accuracy_command->parsed()) return RunAccuracy(parts_->accuracy);
     return RunDemo(parts_->demo);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "analysis/library_options.h"
+#include "io/alsa_capture.h"
 #include "io/audio_input.h"
 
 namespace ezossl_tool {
@@ -24,6 +25,15 @@ struct AnalyseOptions {
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
     std::string method = "specified";   // locate only: specified, srp or both
+};
+
+// listen: a capture device instead of a recording, the same library options as locate.
+struct ListenOptions {
+    CaptureOptions capture;
+    ArrayOptions array;
+    LibraryOptions library;
+    std::string format = "table";
+    std::string method = "specified";
 };
 
 struct SimulateOptions {
@@ -60,6 +70,7 @@ struct DemoOptions {
 
 int RunLocate(const AnalyseOptions& options);
 int RunDelays(const AnalyseOptions& options);
+int RunListen(const ListenOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
 int RunAccuracy(const AccuracyOptions& options);

@@ -66,7 +66,11 @@ int RunDemo(const DemoOptions& options) {
     LibrarySettings settings;
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;
-    const Localization localization = Localize(source, settings, "ezossl demo", Method::kBoth);
+    PeriodRows rows(OutputFormat::kTable, PeriodRows::Extras{&scene.truth, false, false, Method::kBoth});
+    LocalizeOptions run;
+    run.progress_label = "ezossl demo";
+    run.method = Method::kBoth;
+    const Localization localization = Localize(source, settings, rows, run);
 
     DirectionPlot plot;
     plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
@@ -78,7 +82,7 @@ int RunDemo(const DemoOptions& options) {
 
     std::vector<std::string> summary = SummaryLines(localization, &scene.truth, false);
     summary.push_back("plot: " + options.plot);
-    WriteReport(OutputFormat::kTable, PeriodTable(localization, &scene.truth, false), summary);
+    WriteSummary(OutputFormat::kTable, summary);
     return kExitOk;
 }
 

@@ -1,4 +1,4 @@
-// ezossl locate / ezossl delays: a recording through the library, directions or delays out.
+// ezossl locate / ezossl delays: a recording or stream through the library, directions or delays out.
 #include <memory>
 
 #include "analysis/accuracy.h"
@@ -12,19 +12,24 @@
 namespace ezossl_tool {
 namespace {
 
-struct Analysis {
+// Opens and checks everything first, so that mistakes surface before the long part.
+struct Opened {
     ArrayDescription array;
-    Localization localization;
+    std::unique_ptr<BlockSource> source;
+    LibrarySettings settings;
 };
 
-// Opens and checks everything first, so that mistakes surface before the long part.
-Analysis Analyse(const AnalyseOptions& options, const std::string& verb, Method method = Method::kSpecified) {
-    Analysis analysis;
-    analysis.array = ParseArray(options.array.array, options.array.distance_cm);
-    const std::unique_ptr<BlockSource> source = OpenRecording(options.input);
-    const LibrarySettings settings = MakeLibrarySettings(options.library, analysis.array, source->SampleRate());
-    analysis.localization = Localize(*source, settings, verb + " " + options.input.path, method);
-    return analysis;
+Opened Open(const AnalyseOptions& options) {
+    Opened opened;
+    opened.array = ParseArray(options.array.array, options.array.distance_cm);
+    opened.source = OpenRecording(options.input);
+    opened.settings = MakeLibrarySettings(options.library, opened.array, opened.source->SampleRate());
+    return opened;
+}
+
+// A stream can turn out empty only once it has ended.
+void RequireSamplesRead(const Localization& localization, const std::string& path) {
+    if (localization.frame_count == 0) throw RunError(InputName(path) + " held no samples; record some sound first");
 }
 
 }  // namespace
@@ -34,10 +39,7 @@ int RunLocate(const AnalyseOptions& options) {
     if (delays_only && (options.truth || options.plot)) {
         throw UsageError("--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out");
     }
-    const Method method = ParseMethod(options.method);
-    if (delays_only && method != Method::kSpecified) {
-        throw UsageError("--bf-mode 1 gives delays only, so --method " + options.method + " has no directions to show; leave one of them out");
-    }
+    const Method method = ParseMethod(options.method, delays_only);
     const OutputFormat format = ParseOutputFormat(options.format);
     std::optional<TruthTrack> truth;
     if (options.truth) truth = ReadTruthTrack(*options.truth);
@@ -47,33 +49,48 @@ int RunLocate(const AnalyseOptions& options) {
         plot_file.emplace(*options.plot);
     }
 
-    const Analysis analysis = Analyse(options, "locating", method);
-    const bool linear = IsLinear(analysis.array);
+    Opened opened = Open(options);
+    const bool linear = IsLinear(opened.array);
     const TruthTrack* truth_track = truth ? &*truth : nullptr;
-    const ResultTable table =
-        delays_only ? FrameTable(analysis.localization) : PeriodTable(analysis.localization, truth_track, linear);
+    std::unique_ptr<ResultSink> rows;
+    if (delays_only) {
+        rows = std::make_unique<FrameRows>(format);
+    } else {
+        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{truth_track, linear, false, method});
+    }
+    LocalizeOptions run;
+    run.progress_label = "locating " + DisplayPath(options.input.path);
+    // Only the plot and the accuracy against the truth look back at earlier periods.
+    run.keep_periods = plot_file || truth_track;
+    run.method = method;
+    const Localization localization = Localize(*opened.source, opened.settings, *rows, run);
+    RequireSamplesRead(localization, options.input.path);
     if (plot_file) {
         DirectionPlot plot;
-        plot.title = "ezossl locate " + options.input.path + ": " + Describe(analysis.array) + ", " +
-                     std::to_string(analysis.localization.sample_rate) + " Hz";
+        plot.title = "ezossl locate " + options.input.path + ": " + Describe(opened.array) + ", " +
+                     std::to_string(localization.sample_rate) + " Hz";
         plot.linear = linear;
-        plot.localization = &analysis.localization;
+        plot.localization = &localization;
         plot.truth = truth_track;
         plot_file->WriteText(RenderDirectionPlot(plot));
         plot_file->Commit();
     }
-    WriteReport(format, table,
-                delays_only ? InputNotes(analysis.localization)
-                            : SummaryLines(analysis.localization, truth_track, linear));
+    WriteSummary(format, delays_only ? InputNotes(localization) : SummaryLines(localization, truth_track, linear));
     return kExitOk;
 }
 
 int RunDelays(const AnalyseOptions& options) {
     const OutputFormat format = ParseOutputFormat(options.format);
-    Analysis analysis = Analyse(options, "analysing");
+    Opened opened = Open(options);
+    FrameRows rows(format);
+    LocalizeOptions run;
+    run.progress_label = "analysing " + DisplayPath(options.input.path);
+    run.keep_periods = false;
+    Localization localization = Localize(*opened.source, opened.settings, rows, run);
+    RequireSamplesRead(localization, options.input.path);
     // The voting periods only kept the library's state bounded; delays are reported per frame.
-    analysis.localization.periods.clear();
-    WriteReport(format, FrameTable(analysis.localization), InputNotes(analysis.localization));
+    localization.last_period.reset();
+    WriteSummary(format, InputNotes(localization));
     return kExitOk;
 }
 

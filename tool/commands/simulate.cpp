@@ -43,10 +43,7 @@ std::optional<Room> MakeRoom(const SimulateOptions& options) {
 }
 
 SceneSetup MakeScene(const SimulateOptions& options) {
-    if (!IsSupportedRate(options.rate)) {
-        throw UsageError("--rate " + std::to_string(options.rate) + " Hz is not one the library supports; choose " +
-                         SupportedRatesText());
-    }
+    RequireLibraryRate(options.rate);
     RequireTemperature(options.temperature_c);
     SceneSetup setup;
     setup.array = ParseArray(options.array.array, options.array.distance_cm);

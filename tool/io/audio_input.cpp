@@ -1,7 +1,10 @@
-// Reading recordings through libsndfile, mapping channels and converting samples to 16 bits.
+// Reading recordings through libsndfile or as headerless PCM, from files, pipes or standard input.
 #include "io/audio_input.h"
 
+#include <fcntl.h>
 #include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
@@ -14,32 +17,23 @@
 #include "cli/errors.h"
 #include "io/channel_map.h"
 #include "io/console.h"
+#include "io/pcm_samples.h"
+#include "io/stop_request.h"
 
 namespace ezossl_tool {
 namespace {
 
 namespace fs = std::filesystem;
 
-// libsndfile delivers every format as floats in [-1, 1) (integers scaled by their full scale),
-// so one conversion serves 16-bit, 24-bit, 32-bit and float recordings alike.
-constexpr double kInt16Max = kSampleFullScale - 1;
-constexpr double kInt16Min = -kSampleFullScale;
-
-std::string Quoted(const std::string& path) { return "\"" + path + "\""; }
-
-// libsndfile channel limit.
-constexpr int kMaxChannels = 1024;
-
 void RequireReadableFile(const std::string& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (!fs::exists(status)) throw RunError("cannot open " + Quoted(path) + ": no such file (check the path)");
-    if (fs::is_directory(status)) throw RunError(Quoted(path) + " is a directory, not a recording");
-    // A device or FIFO has no length to plan the periods by, and may never end.
-    if (!fs::is_regular_file(status)) {
-        throw RunError(Quoted(path) + " is not a regular file; save the recording to a file first");
-    }
+    if (!fs::exists(status)) throw RunError("cannot open " + InputName(path) + ": no such file (check the path)");
+    if (fs::is_directory(status)) throw RunError(InputName(path) + " is a directory, not a recording");
 }
+
+// libsndfile channel limit.
+constexpr int kMaxChannels = 1024;
 
 // libsndfile refuses a WAV header with a zero sample rate or channel count only as "internal
 // error"; the canonical header tells which value is missing.
@@ -50,13 +44,19 @@ void RequireWavHeaderValues(const std::string& path) {
     const uint32_t channels = header[22] | header[23] << 8;
     const uint32_t rate = header[24] | header[25] << 8 | header[26] << 16 | uint32_t(header[27]) << 24;
     if (channels == 0 || rate == 0) {
-        throw RunError(Quoted(path) + " is a WAV file whose header gives " + std::to_string(rate) + " Hz and " +
+        throw RunError(InputName(path) + " is a WAV file whose header gives " + std::to_string(rate) + " Hz and " +
                        std::to_string(channels) + " channels; repair the header, or read the samples with --raw "
                        "--rate HZ --channels N");
     }
 }
 
-SF_INFO RawFormat(const AudioInputOptions& options) {
+// A regular file has a known length; pipes, FIFOs and devices are read as they come.
+bool IsRegularFile(int fd) {
+    struct stat status {};
+    return fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void RequireRawFormat(const AudioInputOptions& options) {
     if (!options.raw_rate || !options.raw_channels) {
         throw UsageError("--raw needs --rate HZ and --channels N, the file has no header to tell them");
     }
@@ -71,34 +71,24 @@ SF_INFO RawFormat(const AudioInputOptions& options) {
         throw UsageError("--channels must lie between 1 and " + std::to_string(kMaxChannels) + ", got " +
                          std::to_string(*options.raw_channels));
     }
-    SF_INFO info{};
-    info.samplerate = static_cast<int>(*options.raw_rate);
-    info.channels = *options.raw_channels;
-    info.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | (options.raw_bits == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_32);
-    return info;
-}
-
-void WarnAboutPartialRawFrame(const AudioInputOptions& options) {
-    const uintmax_t frame_bytes = uintmax_t(*options.raw_channels) * (options.raw_bits / 8);
-    const uintmax_t extra = fs::file_size(options.path) % frame_bytes;
-    if (extra != 0) {
-        Console::Warn("ignored the last " + std::to_string(extra) + " bytes of " + Quoted(options.path) +
-                      ", too few for one sample of every channel (check --channels and --bits)");
-    }
 }
 
 void RequireSupportedRate(uint32_t rate, const std::string& path) {
     if (IsSupportedRate(rate)) return;
     const std::string target = std::to_string(NearestSupportedRate(rate));
-    throw RunError(Quoted(path) + " is sampled at " + std::to_string(rate) + " Hz, the library supports " +
+    throw RunError(InputName(path) + " is sampled at " + std::to_string(rate) + " Hz, the library supports " +
                    SupportedRatesText() + "; resample it first, e.g. sox " + path + " -r " + target + " out-" +
                    target + ".wav");
 }
 
+void RequireSamples(int64_t instants, const std::string& path) {
+    if (instants == 0) throw RunError(InputName(path) + " holds no samples; record some sound first");
+}
+
 class SndfileSource : public BlockSource {
   public:
-    SndfileSource(SNDFILE* file, const SF_INFO& info, const ChannelMap& map)
-        : file_(file), info_(info), map_(map), frames_(size_t(EZOSSL_POINT_NUMBER) * info.channels) {}
+    SndfileSource(SNDFILE* file, const SF_INFO& info, const ChannelMap& map, int64_t total)
+        : file_(file), info_(info), map_(map), total_(total), frames_(size_t(EZOSSL_POINT_NUMBER) * info.channels) {}
     ~SndfileSource() override { sf_close(file_); }
 
     int NextBlock(Block& block) override {
@@ -111,63 +101,133 @@ class SndfileSource : public BlockSource {
         return static_cast<int>(got);
     }
     uint32_t SampleRate() const override { return static_cast<uint32_t>(info_.samplerate); }
-    int64_t TotalInstants() const override { return info_.frames; }
+    int64_t TotalInstants() const override { return total_; }
     int64_t ClippedSamples() const override { return clipped_; }
     int64_t NanSamples() const override { return nan_; }
 
   private:
-    // A NaN has no value to keep: it becomes silence, and is counted for the summary.
     int16_t ToInt16(float sample) {
         if (std::isnan(sample)) {
             ++nan_;
             return 0;
         }
-        return FullScaleToInt16(sample, clipped_);
+        return NormalisedToInt16(sample, clipped_);
     }
 
     SNDFILE* file_;
     SF_INFO info_;
     ChannelMap map_;
+    int64_t total_;
     std::vector<float> frames_;
     int64_t clipped_ = 0;
     int64_t nan_ = 0;
 };
 
+// Headerless PCM read straight from the descriptor, so a pipe delivers each block as soon as
+// its last byte arrives.
+class RawSource : public BlockSource {
+  public:
+    RawSource(int fd, bool owned, const AudioInputOptions& options, const ChannelMap& map, int64_t total)
+        : fd_(fd), owned_(owned), path_(options.path), rate_(*options.raw_rate), total_(total),
+          pcm_(*options.raw_channels, options.raw_bits, map) {}
+    ~RawSource() override {
+        if (owned_) close(fd_);
+    }
+
+    int NextBlock(Block& block) override {
+        const size_t wanted = size_t(EZOSSL_POINT_NUMBER) * pcm_.FrameBytes();
+        size_t have = 0;
+        while (have < wanted && !ended_) {
+            const ssize_t got = read(fd_, pcm_.Buffer() + have, wanted - have);
+            if (got > 0) {
+                have += size_t(got);
+            } else if (got == 0 || StopRequested()) {
+                ended_ = true;
+            } else if (errno != EINTR) {
+                throw RunError("cannot read " + InputName(path_) + ": " + std::strerror(errno));
+            }
+        }
+        const size_t extra = have % pcm_.FrameBytes();
+        if (extra != 0) {
+            Console::Warn("ignored the last " + std::to_string(extra) + " bytes of " + InputName(path_) +
+                          ", too few for one sample of every channel (check --channels and --bits)");
+        }
+        const int frames = static_cast<int>(have / pcm_.FrameBytes());
+        pcm_.ToBlock(frames, block);
+        return frames;
+    }
+    uint32_t SampleRate() const override { return rate_; }
+    int64_t TotalInstants() const override { return total_; }
+    int64_t ClippedSamples() const override { return pcm_.ClippedSamples(); }
+
+  private:
+    int fd_;
+    bool owned_;
+    std::string path_;
+    uint32_t rate_;
+    int64_t total_;
+    PcmFrames pcm_;
+    bool ended_ = false;
+};
+
+int OpenDescriptor(const std::string& path) {
+    if (path == kStandardInput) return STDIN_FILENO;
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) throw RunError("cannot open " + InputName(path) + ": " + std::strerror(errno));
+    return fd;
+}
+
+std::unique_ptr<BlockSource> OpenRaw(const AudioInputOptions& options) {
+    RequireRawFormat(options);
+    RequireSupportedRate(*options.raw_rate, options.path);
+    const ChannelMap map = ResolveChannelMap(options.map, *options.raw_channels, DisplayPath(options.path));
+    const int fd = OpenDescriptor(options.path);
+    const bool owned = fd != STDIN_FILENO;
+    int64_t total = kUnknownInstants;
+    struct stat status {};
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+        total = status.st_size / (int64_t(*options.raw_channels) * options.raw_bits / 8);
+        if (total == 0 && owned) close(fd);
+        RequireSamples(total, options.path);
+    }
+    return std::make_unique<RawSource>(fd, owned, options, map, total);
+}
+
+std::unique_ptr<BlockSource> OpenSndfile(const AudioInputOptions& options) {
+    SF_INFO info{};
+    const bool from_stdin = options.path == kStandardInput;
+    SNDFILE* file = from_stdin ? sf_open_fd(STDIN_FILENO, SFM_READ, &info, SF_FALSE)
+                               : sf_open(options.path.c_str(), SFM_READ, &info);
+    if (!file) {
+        if (!from_stdin) RequireWavHeaderValues(options.path);
+        throw RunError(InputName(options.path) + " is not a recording libsndfile can read (" + sf_strerror(nullptr) +
+                       "); for headerless PCM add --raw --rate HZ --channels N");
+    }
+    try {
+        RequireSupportedRate(static_cast<uint32_t>(info.samplerate), options.path);
+        // A stream's header cannot know its length; only a file's is checked before reading.
+        const bool regular = from_stdin ? IsRegularFile(STDIN_FILENO) : fs::is_regular_file(options.path);
+        if (regular) RequireSamples(info.frames, options.path);
+        const ChannelMap map = ResolveChannelMap(options.map, info.channels, DisplayPath(options.path));
+        return std::make_unique<SndfileSource>(file, info, map, regular ? info.frames : kUnknownInstants);
+    } catch (...) {
+        sf_close(file);
+        throw;
+    }
+}
+
 }  // namespace
 
-int16_t FullScaleToInt16(double sample, int64_t& clipped) {
-    const double scaled = std::nearbyint(sample * kSampleFullScale);
-    if (scaled > kInt16Max || scaled < kInt16Min) {
-        ++clipped;
-        return static_cast<int16_t>(scaled > 0 ? kInt16Max : kInt16Min);
-    }
-    return static_cast<int16_t>(scaled);
-}
+std::string DisplayPath(const std::string& path) { return path == kStandardInput ? "standard input" : path; }
+
+std::string InputName(const std::string& path) { return path == kStandardInput ? DisplayPath(path) : "\"" + path + "\""; }
 
 std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options) {
     if (!options.raw && (options.raw_rate || options.raw_channels)) {
         throw UsageError("--rate and --channels describe headerless PCM; use them with --raw");
     }
-    RequireReadableFile(options.path);
-    SF_INFO info = options.raw ? RawFormat(options) : SF_INFO{};
-    SNDFILE* file = sf_open(options.path.c_str(), SFM_READ, &info);
-    if (!file) {
-        const std::string reason = sf_strerror(nullptr);
-        if (options.raw) throw RunError("cannot read " + Quoted(options.path) + ": " + reason);
-        RequireWavHeaderValues(options.path);
-        throw RunError(Quoted(options.path) + " is not a recording libsndfile can read (" + reason +
-                       "); for headerless PCM add --raw --rate HZ --channels N");
-    }
-    try {
-        if (options.raw) WarnAboutPartialRawFrame(options);
-        RequireSupportedRate(static_cast<uint32_t>(info.samplerate), options.path);
-        if (info.frames <= 0) throw RunError(Quoted(options.path) + " holds no samples; record some sound first");
-        const ChannelMap map = ResolveChannelMap(options.map, info.channels, options.path);
-        return std::make_unique<SndfileSource>(file, info, map);
-    } catch (...) {
-        sf_close(file);
-        throw;
-    }
+    if (options.path != kStandardInput) RequireReadableFile(options.path);
+    return options.raw ? OpenRaw(options) : OpenSndfile(options);
 }
 
 }  // namespace ezossl_tool

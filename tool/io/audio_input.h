@@ -18,12 +18,17 @@ struct AudioInputOptions {
     std::optional<std::string> map;       // --map, 1-based
 };
 
-// A sample in full-scale units (-1 ... 1) as the library's 16 bits: rounded to nearest, clipped
-// beyond full scale (infinities too) with a count in clipped. The value must not be NaN.
-int16_t FullScaleToInt16(double sample, int64_t& clipped);
+// The path that names standard input.
+constexpr const char* kStandardInput = "-";
+
+// "standard input" for "-", otherwise the path: for progress and channel-map messages.
+std::string DisplayPath(const std::string& path);
+// "standard input" for "-", otherwise the path in double quotes, for messages.
+std::string InputName(const std::string& path);
 
 // Opens and checks the recording: it exists, is audio, has a supported rate and four usable
-// channels. Throws UsageError or RunError with the line to show.
+// channels. Files, pipes, FIFOs and "-" (standard input) all work; only a regular file's length
+// is known in advance. Throws UsageError or RunError with the line to show.
 std::unique_ptr<BlockSource> OpenRecording(const AudioInputOptions& options);
 
 }  // namespace ezossl_tool

@@ -12,6 +12,9 @@ namespace ezossl_tool {
 
 using Block = std::array<int16_t, EZOSSL_POINT_NUMBER * EZOSSL_MIC_NUM>;
 
+// TotalInstants() of a stream whose end is not known in advance.
+constexpr int64_t kUnknownInstants = -1;
+
 class BlockSource {
   public:
     virtual ~BlockSource() = default;
@@ -19,10 +22,12 @@ class BlockSource {
     // instants are real, 0 when the recording is exhausted.
     virtual int NextBlock(Block& block) = 0;
     virtual uint32_t SampleRate() const = 0;
-    // Instants in the whole recording.
+    // Instants in the whole recording, or kUnknownInstants.
     virtual int64_t TotalInstants() const = 0;
     // Samples that had to be clipped to 16 bits on the way in.
     virtual int64_t ClippedSamples() const { return 0; }
+    // Times a capture device overran and samples were lost.
+    virtual int64_t Overruns() const { return 0; }
     // Samples that were not numbers (NaN in a float recording), read as 0.
     virtual int64_t NanSamples() const { return 0; }
 };

@@ -14,6 +14,10 @@ namespace {
 constexpr int kPeriodSecondsDecimals = 3;
 constexpr int kFrameSecondsDecimals = 5;
 constexpr int kErrorDecimals = 1;
+// Table widths that hold hours of input: 9999.999 s of periods, ten million frames.
+constexpr size_t kPeriodSecondsWidth = 8;
+constexpr size_t kFrameIndexWidth = 7;
+constexpr size_t kFrameSecondsWidth = 10;
 constexpr int kSrpDegreesDecimals = 1;  // the SRP refines its peak between the 1 degree steps
 constexpr int kConfidenceDecimals = 2;
 constexpr int kLevelDecimals = 1;
@@ -21,6 +25,29 @@ constexpr int kLevelDecimals = 1;
 Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
 Cell Integer(long value) { return Cell::Number(std::to_string(value)); }
+
+std::vector<Column> PeriodColumns(const PeriodRows::Extras& extras) {
+    // The longest status a period can end with.
+    const size_t status_width = StatusName(SSL_RET_SIGNAL_TOO_WEAK).size();
+    const std::vector<bool> methods = ShownMethods(extras.method);
+    const bool both = methods.size() > 1;
+    std::vector<Column> columns = {{"start_s", kPeriodSecondsWidth}};
+    for (const bool srp : methods) {
+        const std::string prefix = both && srp ? "srp_" : "";
+        columns.insert(columns.end(), {{prefix + "status", status_width, true}, {prefix + "direction_deg"}});
+        if (srp) columns.insert(columns.end(), {{prefix + "confidence"}, {prefix + "level_dbfs"}});
+    }
+    if (extras.truth) {
+        columns.insert(columns.end(), {{"truth_deg"}, {"error_deg"}});
+        if (both) columns.push_back({"srp_error_deg"});
+    }
+    if (extras.overruns) columns.push_back({"overruns"});
+    return columns;
+}
+
+std::vector<Column> FrameColumns() {
+    return {{"frame", kFrameIndexWidth}, {"start_s", kFrameSecondsWidth}, {"delay_01"}, {"delay_02"}, {"delay_03"}};
+}
 
 // The status, direction and (for the SRP) confidence and level cells of one method.
 void AppendAnswer(std::vector<Cell>& row, const PeriodResult& period, bool srp) {
@@ -37,52 +64,35 @@ void AppendAnswer(std::vector<Cell>& row, const PeriodResult& period, bool srp) 
 
 }  // namespace
 
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear) {
-    const std::vector<bool> methods = ShownMethods(localization.method);
-    const bool both = methods.size() > 1;
-    ResultTable table;
-    table.columns = {"start_s"};
-    for (const bool srp : methods) {
-        const std::string prefix = both && srp ? "srp_" : "";
-        table.columns.insert(table.columns.end(), {prefix + "status", prefix + "direction_deg"});
-        if (srp) table.columns.insert(table.columns.end(), {prefix + "confidence", prefix + "level_dbfs"});
-    }
-    if (truth) {
-        table.columns.insert(table.columns.end(), {"truth_deg", "error_deg"});
-        if (both) table.columns.push_back("srp_error_deg");
-    }
-    for (const PeriodResult& period : localization.periods) {
-        std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals)};
-        for (const bool srp : methods) AppendAnswer(row, period, srp);
-        if (truth) {
-            for (size_t m = 0; m < methods.size(); ++m) {
-                const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, *truth, linear, methods[m]);
-                if (m == 0) row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
-                row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
-                                                 : Cell::Empty());
-            }
+PeriodRows::PeriodRows(OutputFormat format, const Extras& extras)
+    : extras_(extras), writer_(Console::Out(), format, PeriodColumns(extras)) {}
+
+void PeriodRows::OnPeriod(const PeriodResult& period, const Localization& so_far) {
+    const std::vector<bool> methods = ShownMethods(extras_.method);
+    std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals)};
+    for (const bool srp : methods) AppendAnswer(row, period, srp);
+    if (extras_.truth) {
+        for (size_t m = 0; m < methods.size(); ++m) {
+            const PeriodTruth compared =
+                CompareWithTruth(period, so_far.sample_rate, *extras_.truth, extras_.linear, methods[m]);
+            if (m == 0) row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
+            row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
+                                             : Cell::Empty());
         }
-        table.rows.push_back(std::move(row));
     }
-    return table;
+    if (extras_.overruns) row.push_back(Integer(so_far.overruns));
+    writer_.Write(row);
 }
 
-ResultTable FrameTable(const Localization& localization) {
-    ResultTable table;
-    table.columns = {"frame", "start_s", "delay_01", "delay_02", "delay_03"};
-    long index = 0;
-    for (const FrameResult& frame : localization.frames) {
-        std::vector<Cell> row = {Integer(index++), Seconds(frame.start_s, kFrameSecondsDecimals)};
-        for (const int32_t delay : frame.delays) {
-            row.push_back(delay == EZOSSL_DELAY_REJECTED ? Cell::Empty() : Integer(delay));
-        }
-        table.rows.push_back(std::move(row));
-    }
-    return table;
+FrameRows::FrameRows(OutputFormat format) : writer_(Console::Out(), format, FrameColumns()) {}
+
+void FrameRows::OnFrame(const FrameResult& frame, const Localization& /*so_far*/) {
+    std::vector<Cell> row = {Integer(frame.index), Seconds(frame.start_s, kFrameSecondsDecimals)};
+    for (const int32_t delay : frame.delays) row.push_back(delay == EZOSSL_DELAY_REJECTED ? Cell::Empty() : Integer(delay));
+    writer_.Write(row);
 }
 
-void WriteReport(OutputFormat format, const ResultTable& table, const std::vector<std::string>& summary) {
-    WriteResultTable(Console::Out(), format, table);
+void WriteSummary(OutputFormat format, const std::vector<std::string>& summary) {
     std::FILE* summary_out = format == OutputFormat::kTable ? Console::Out() : stderr;
     if (format == OutputFormat::kTable && !summary.empty()) std::fputc('\n', summary_out);
     for (const std::string& line : summary) std::fprintf(summary_out, "%s\n", line.c_str());

@@ -1,4 +1,4 @@
-// Turning a localisation into result rows, and where rows and summary are written.
+// Result rows for periods and frames, written as the loop completes them, and the summary after.
 #pragma once
 
 #include <string>
@@ -10,15 +10,38 @@
 
 namespace ezossl_tool {
 
-// start_s, status, direction_deg (the SRP adds confidence and level_dbfs); with a truth also
-// truth_deg and error_deg. Both methods: the SRP's columns follow with the prefix srp_.
-ResultTable PeriodTable(const Localization& localization, const TruthTrack* truth, bool linear);
+// One row per closed period: start_s, status, direction_deg (the SRP adds confidence and
+// level_dbfs; with both methods its columns follow with the prefix srp_); with a truth also
+// truth_deg and error_deg (and srp_error_deg); from a capture device also the overruns so far.
+class PeriodRows : public ResultSink {
+  public:
+    struct Extras {
+        const TruthTrack* truth = nullptr;
+        bool linear = false;       // the truth folded as a line reports it
+        bool overruns = false;
+        Method method = Method::kSpecified;
+    };
+    PeriodRows(OutputFormat format, const Extras& extras);
+    void OnPeriod(const PeriodResult& period, const Localization& so_far) override;
 
-// frame, start_s and the delay of each pair (empty when the library rejected the pair).
-ResultTable FrameTable(const Localization& localization);
+  private:
+    Extras extras_;
+    RowWriter writer_;
+};
 
-// Rows on the tool's standard output; the summary follows them in a text table, but goes to
-// standard error for CSV and JSON so that standard output stays machine-readable.
-void WriteReport(OutputFormat format, const ResultTable& table, const std::vector<std::string>& summary);
+// One row per frame: frame, start_s and the delay of each pair (empty when the library rejected
+// the pair).
+class FrameRows : public ResultSink {
+  public:
+    explicit FrameRows(OutputFormat format);
+    void OnFrame(const FrameResult& frame, const Localization& so_far) override;
+
+  private:
+    RowWriter writer_;
+};
+
+// The summary follows the rows in a text table, but goes to standard error for CSV and JSON so
+// that standard output stays machine-readable.
+void WriteSummary(OutputFormat format, const std::vector<std::string>& summary);
 
 }  // namespace ezossl_tool

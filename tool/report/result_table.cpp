@@ -4,6 +4,8 @@
 #include <cjson/cJSON.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 
 #include "cli/errors.h"
@@ -12,44 +14,6 @@ namespace ezossl_tool {
 namespace {
 
 constexpr const char* kColumnGap = "  ";
-
-// Text columns are aligned left, numbers right, each header like its column.
-void WriteText(std::FILE* out, const ResultTable& table) {
-    const size_t count = table.columns.size();
-    std::vector<size_t> widths(count);
-    std::vector<bool> left(count, false);
-    for (size_t c = 0; c < count; ++c) widths[c] = table.columns[c].size();
-    for (const auto& row : table.rows) {
-        for (size_t c = 0; c < count; ++c) {
-            widths[c] = std::max(widths[c], row[c].text.size());
-            left[c] = left[c] || row[c].kind == Cell::Kind::kText;
-        }
-    }
-    const auto write_line = [&](const std::vector<std::string>& texts) {
-        std::string line;
-        for (size_t c = 0; c < count; ++c) {
-            const std::string padding(widths[c] - texts[c].size(), ' ');
-            line += (c ? kColumnGap : "") + (left[c] ? texts[c] + padding : padding + texts[c]);
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        std::fprintf(out, "%s\n", line.c_str());
-    };
-    write_line(table.columns);
-    for (const auto& row : table.rows) {
-        std::vector<std::string> texts;
-        for (const Cell& cell : row) texts.push_back(cell.text);
-        write_line(texts);
-    }
-}
-
-void WriteCsv(std::FILE* out, const ResultTable& table) {
-    for (size_t c = 0; c < table.columns.size(); ++c) std::fprintf(out, "%s%s", c ? "," : "", table.columns[c].c_str());
-    std::fputc('\n', out);
-    for (const auto& row : table.rows) {
-        for (size_t c = 0; c < row.size(); ++c) std::fprintf(out, "%s%s", c ? "," : "", row[c].text.c_str());
-        std::fputc('\n', out);
-    }
-}
 
 cJSON* JsonValue(const Cell& cell) {
     switch (cell.kind) {
@@ -63,15 +27,11 @@ cJSON* JsonValue(const Cell& cell) {
     return cJSON_CreateNull();
 }
 
-void WriteJsonLines(std::FILE* out, const ResultTable& table) {
-    for (const auto& row : table.rows) {
-        std::unique_ptr<cJSON, decltype(&cJSON_Delete)> object(cJSON_CreateObject(), cJSON_Delete);
-        for (size_t c = 0; c < row.size(); ++c) {
-            cJSON_AddItemToObject(object.get(), table.columns[c].c_str(), JsonValue(row[c]));
-        }
-        std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(object.get()), cJSON_free);
-        std::fprintf(out, "%s\n", text.get());
-    }
+std::string JsonLine(const std::vector<Column>& columns, const std::vector<Cell>& row) {
+    std::unique_ptr<cJSON, decltype(&cJSON_Delete)> object(cJSON_CreateObject(), cJSON_Delete);
+    for (size_t c = 0; c < row.size(); ++c) cJSON_AddItemToObject(object.get(), columns[c].name.c_str(), JsonValue(row[c]));
+    std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(object.get()), cJSON_free);
+    return text.get();
 }
 
 }  // namespace
@@ -83,14 +43,42 @@ OutputFormat ParseOutputFormat(const std::string& text) {
     throw UsageError("--format " + text + " is not known; choose table, csv or json");
 }
 
-void WriteResultTable(std::FILE* out, OutputFormat format, const ResultTable& table) {
-    switch (format) {
-        case OutputFormat::kTable:
-            return WriteText(out, table);
-        case OutputFormat::kCsv:
-            return WriteCsv(out, table);
-        case OutputFormat::kJson:
-            return WriteJsonLines(out, table);
+RowWriter::RowWriter(std::FILE* out, OutputFormat format, std::vector<Column> columns)
+    : out_(out), format_(format), columns_(std::move(columns)) {
+    for (Column& column : columns_) column.width = std::max(column.width, column.name.size());
+}
+
+void RowWriter::WriteLine(const std::vector<std::string>& texts) {
+    std::string line;
+    for (size_t c = 0; c < texts.size(); ++c) {
+        if (format_ == OutputFormat::kCsv) {
+            line += (c ? "," : "") + texts[c];
+            continue;
+        }
+        const Column& column = columns_[c];
+        const std::string padding(column.width - std::min(column.width, texts[c].size()), ' ');
+        line += (c ? kColumnGap : "") + (column.text ? texts[c] + padding : padding + texts[c]);
+    }
+    if (format_ == OutputFormat::kTable) line.erase(line.find_last_not_of(' ') + 1);
+    std::fprintf(out_, "%s\n", line.c_str());
+}
+
+void RowWriter::Write(const std::vector<Cell>& row) {
+    if (format_ == OutputFormat::kJson) {
+        std::fprintf(out_, "%s\n", JsonLine(columns_, row).c_str());
+    } else {
+        if (!header_written_) {
+            std::vector<std::string> names;
+            for (const Column& column : columns_) names.push_back(column.name);
+            WriteLine(names);
+            header_written_ = true;
+        }
+        std::vector<std::string> texts;
+        for (const Cell& cell : row) texts.push_back(cell.text);
+        WriteLine(texts);
+    }
+    if (std::fflush(out_) != 0 || std::ferror(out_)) {
+        throw RunError(std::string("cannot write the results to standard output: ") + std::strerror(errno));
     }
 }
 

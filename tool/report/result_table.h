@@ -1,4 +1,4 @@
-// Rows of results written as an aligned text table, CSV or JSON lines.
+// Rows of results written one at a time as an aligned text table, CSV or JSON lines.
 #pragma once
 
 #include <cstdio>
@@ -22,13 +22,30 @@ struct Cell {
     static Cell Text(std::string text) { return {Kind::kText, std::move(text)}; }
 };
 
-struct ResultTable {
-    std::vector<std::string> columns;
-    std::vector<std::vector<Cell>> rows;
+// A column of the text table: rows stream out before the widest value is known, so each
+// column declares its width; text is aligned left, numbers right, each header like its column.
+struct Column {
+    std::string name;
+    size_t width = 0;     // at least the name's width; wider values push their row out
+    bool text = false;
 };
 
-// Table: header and right-aligned columns, empty cells blank. CSV: header, empty cells empty.
-// JSON: one object per row, empty cells null.
-void WriteResultTable(std::FILE* out, OutputFormat format, const ResultTable& table);
+// Writes each row the moment it is given and flushes it, so a reader of a pipe sees it at once.
+// The header comes with the first row (table and CSV). Table: empty cells blank. CSV: empty
+// cells empty. JSON: one object per row, empty cells null.
+class RowWriter {
+  public:
+    RowWriter(std::FILE* out, OutputFormat format, std::vector<Column> columns);
+    void Write(const std::vector<Cell>& row);
+    OutputFormat Format() const { return format_; }
+
+  private:
+    void WriteLine(const std::vector<std::string>& texts);
+
+    std::FILE* out_;
+    OutputFormat format_;
+    std::vector<Column> columns_;
+    bool header_written_ = false;
+};
 
 }  // namespace ezossl_tool
