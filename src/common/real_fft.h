@@ -38,7 +38,7 @@ void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]);
 // E = (Z[k] + conj Z[128-k]) / 2, O = -i (Z[k] - conj Z[128-k]) / 2, P = w^k O;
 // X[k] = E + P and X[128-k] = conj(E - P).
 void RealFft_ForwardTransform(RealFftPlan* plan);
-inline void RealFft_SplitPair(const RealFftPlan* plan, int k, FftLanes* bin, FftLanes* mirror) {
+[[gnu::always_inline]] inline void RealFft_SplitPair(const RealFftPlan* plan, int k, FftLanes* bin, FftLanes* mirror) {
     const FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
     if (k == 0) {

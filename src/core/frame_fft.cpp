@@ -9,11 +9,14 @@ namespace {
 
 // Samples t and t + 1 of every channel times the window w0, w1: the products FftWindow_Apply
 // forms, packed as one complex value per lane.
+// One statement per channel: the compiler then builds each lane vector at once.
 inline void LoadWindowedPair(const Frames& frames, int t, float w0, float w1, FftLanes* out) {
-    for (uint32_t c = 0; c < kMicNum; ++c) {
+    const auto load = [&](int c) {
         out->re[c] = frames.frame_buffer[c][t] * w0;
         out->im[c] = frames.frame_buffer[c][t + 1] * w1;
-    }
+    };
+    static_assert(kMicNum == kFftLanes && kFftLanes == 4, "one statement per lane");
+    load(0), load(1), load(2), load(3);
 }
 
 }  // namespace

@@ -3,58 +3,59 @@
 
 #include <cmath>
 #include <cstring>
-#include <initializer_list>
 
 #include "gcc_phat_internal.h"
 
 namespace ezossl {
 namespace {
 
-// Cross spectra of channel 0 with channels 1, 2 and 3 in lanes 1..3, each bin divided by its
-// magnitude (the square root and the division in double, as the one-pair code did), for a bin
-// and its mirror at once: six independent values that vectorise as a whole. Lane 0 stays 0.
-void Weigh(const FftLanes bins[2], FftLanes out[2]) {
-    constexpr int kValues = 2 * kPairNum;
-    float re[kValues], im[kValues], magnitude[kValues];
-    for (int v = 0; v < kValues; ++v) {
-        const FftLanes& bin = bins[v / kPairNum];
-        const int lane = PairLane(v % kPairNum);
-        const float a = bin.re[0], b = bin.im[0], c = bin.re[lane], d = bin.im[lane];
-        re[v] = a * c + b * d;
-        im[v] = b * c - a * d;
-        magnitude[v] = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
-    }
-    float weighted_re[kValues], weighted_im[kValues];
-    for (int v = 0; v < kValues; ++v) {
-        const double weight = static_cast<double>(magnitude[v]) + kPhatGuard;
-        weighted_re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
-        weighted_im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
-    }
-    for (int v = 0; v < kValues; ++v) {
-        FftLanes& o = out[v / kPairNum];
-        const int lane = PairLane(v % kPairNum);
-        o.re[lane] = weighted_re[v];
-        o.im[lane] = weighted_im[v];
-    }
-    out[0].re[0] = out[0].im[0] = out[1].re[0] = out[1].im[0] = 0.0f;
-}
+// Bins of one pair's spectrum, padded to a whole number of vectors.
+constexpr int kPaddedBins = (kSpectrumBins + 3) / 4 * 4;
+constexpr int kWeighedValues = kPairNum * kPaddedBins;
 
-// Bin k of every channel, lane = channel.
-FftLanes ChannelBins(const Frames& frames, int k) {
-    FftLanes bins;
-    for (uint32_t c = 0; c < kMicNum; ++c) {
-        bins.re[c] = frames.spectrum[c][k].re;
-        bins.im[c] = frames.spectrum[c][k].im;
+// Cross spectra of channel 0 with channels 1, 2 and 3, each bin divided by its magnitude (the
+// square root and the division in double, as the one-pair code did). Pair by pair and bin by
+// bin in plain arrays, so that every step is one long loop of independent values that
+// vectorises as a whole; the padding bins are zero and never read.
+struct WeighedSpectra {
+    float re[kPairNum][kPaddedBins];
+    float im[kPairNum][kPaddedBins];
+};
+
+void Weigh(const Frames& frames, WeighedSpectra* out) {
+    const ComplexF* reference = frames.spectrum[0];
+    for (int p = 0; p < kPairNum; ++p) {
+        const ComplexF* other = frames.spectrum[p + 1];
+        const auto cross = [&](int k) {
+            const float a = reference[k].re, b = reference[k].im, c = other[k].re, d = other[k].im;
+            out->re[p][k] = a * c + b * d;
+            out->im[p][k] = b * c - a * d;
+        };
+        // The Nyquist bin on its own keeps the main loop a whole number of vectors long.
+        for (int k = 0; k < kHalfFftSize; ++k) cross(k);
+        cross(kHalfFftSize);
+        for (int k = kSpectrumBins; k < kPaddedBins; ++k) out->re[p][k] = out->im[p][k] = 0.0f;
     }
-    return bins;
+    float* re = &out->re[0][0];
+    float* im = &out->im[0][0];
+    for (int v = 0; v < kWeighedValues; ++v) {
+        const float magnitude = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
+        const double weight = static_cast<double>(magnitude) + kPhatGuard;
+        re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
+        im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
+    }
 }
 
 // The first maximum and minimum of each lane over the indices it sees in increasing order,
-// for the two samples of a pair at once (entries 0..3 sample 2n, 4..7 sample 2n + 1). The
-// selections are bit masks, so they vectorise without branches.
+// for two neighbouring sample pairs at once: 16 entries, entry e is lane e % 4 of sample
+// 2 (e / 8) + (e / 4) % 2 counted from the first sample of the two pairs. The selections are
+// bit masks over one flat loop, so they vectorise without branches.
+constexpr int kChainEntries = 4 * kFftLanes;
+
 struct ExtremeChain {
-    float max_value[2 * kFftLanes], min_value[2 * kFftLanes];
-    int32_t max_index[2 * kFftLanes], min_index[2 * kFftLanes];
+    float max_value[kChainEntries], min_value[kChainEntries];
+    int32_t max_index[kChainEntries], min_index[kChainEntries];
+    int32_t offset[kChainEntries];
 
     static int32_t Select(int32_t mask, int32_t yes, int32_t no) { return (yes & mask) | (no & ~mask); }
     static float Select(int32_t mask, float yes, float no) {
@@ -66,22 +67,23 @@ struct ExtremeChain {
         std::memcpy(&out, &bits, sizeof(out));
         return out;
     }
-    void Start(const FftLanes& pair, int32_t j) {
-        const float* v = pair.re;
-        for (int l = 0; l < 2 * kFftLanes; ++l) {
-            max_value[l] = min_value[l] = v[l];
-            max_index[l] = min_index[l] = j + l / kFftLanes;
+    // v: the two pairs' 16 floats as they lie in memory; j: the index of their first sample.
+    void Start(const float* v, int32_t j) {
+        for (int e = 0; e < kChainEntries; ++e) {
+            offset[e] = 2 * (e / (2 * kFftLanes)) + e / kFftLanes % 2;
+            max_value[e] = min_value[e] = v[e];
+            max_index[e] = min_index[e] = j + offset[e];
         }
     }
-    void See(const FftLanes& pair, int32_t j) {
-        const float* v = pair.re;
-        for (int l = 0; l < 2 * kFftLanes; ++l) {
-            const int32_t higher = -static_cast<int32_t>(v[l] > max_value[l]);
-            const int32_t lower = -static_cast<int32_t>(v[l] < min_value[l]);
-            max_value[l] = Select(higher, v[l], max_value[l]);
-            max_index[l] = Select(higher, j + l / kFftLanes, max_index[l]);
-            min_value[l] = Select(lower, v[l], min_value[l]);
-            min_index[l] = Select(lower, j + l / kFftLanes, min_index[l]);
+    void See(const float* v, int32_t j) {
+        for (int e = 0; e < kChainEntries; ++e) {
+            const int32_t higher = -static_cast<int32_t>(v[e] > max_value[e]);
+            const int32_t lower = -static_cast<int32_t>(v[e] < min_value[e]);
+            const int32_t index = j + offset[e];
+            max_value[e] = Select(higher, v[e], max_value[e]);
+            max_index[e] = Select(higher, index, max_index[e]);
+            min_value[e] = Select(lower, v[e], min_value[e]);
+            min_index[e] = Select(lower, index, min_index[e]);
         }
     }
 };
@@ -103,48 +105,43 @@ void Fold(const ExtremeChain& chain, int from, int l, PairExtremes* out) {
 }  // namespace
 
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
+    WeighedSpectra weighed;
+    Weigh(frames, &weighed);
     FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
-    for (int k = 0; k <= kHalfFftSize / 2; ++k) {
-        const FftLanes bins[2] = {ChannelBins(frames, k), ChannelBins(frames, kHalfFftSize - k)};
-        FftLanes weighted[2];
-        Weigh(bins, weighted);
-        if (k == 0) {
-            // DC and Nyquist share a slot: only their real parts count.
-            for (int l = 0; l < kFftLanes; ++l) {
-                data[position[0]].re[l] = weighted[0].re[l];
-                data[position[0]].im[l] = weighted[1].re[l];
-            }
-            continue;
+    for (int k = 1; k < kHalfFftSize; ++k) {
+        FftLanes& slot = data[position[k]];
+        slot.re[0] = slot.im[0] = 0.0f;
+        for (int p = 0; p < kPairNum; ++p) {
+            slot.re[PairLane(p)] = weighed.re[p][k];
+            slot.im[PairLane(p)] = weighed.im[p][k];
         }
-        data[position[k]] = weighted[0];
-        data[position[kHalfFftSize - k]] = weighted[1];
+    }
+    // DC and Nyquist share a slot: only their real parts count.
+    FftLanes& ends = data[position[0]];
+    ends.re[0] = ends.im[0] = 0.0f;
+    for (int p = 0; p < kPairNum; ++p) {
+        ends.re[PairLane(p)] = weighed.re[p][0];
+        ends.im[PairLane(p)] = weighed.re[p][kHalfFftSize];
     }
     RealFft_InverseTransform(plan);
 }
 
-// Two chains, over even and odd sample pairs, each tracking both samples of a pair: four
-// sequences with no dependency on one another. Merging them with the lower index winning
-// ties gives the first extreme of the whole sequence. Index j = 2m + s is sample s of pair
-// n = m + 64 (mod 128): lag j - 128.
+// One chain over neighbouring sample pairs, each step tracking four samples of every lane:
+// sixteen sequences with no dependency on one another. Merging them with the lower index
+// winning ties gives the first extreme of the whole sequence. Index j = 2m + s is sample s of
+// pair n = m + 64 (mod 128): lag j - 128; pairs m and m + 1 (m even) lie next to each other.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     const FftLanes* data = plan->data;
-    const auto pair = [&](int m) -> const FftLanes& { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; };
-    ExtremeChain even, odd;
-    even.Start(pair(0), 0);
-    odd.Start(pair(1), 2);
-    for (int m = 2; m < kHalfFftSize; m += 2) {
-        even.See(pair(m), 2 * m);
-        odd.See(pair(m + 1), 2 * m + 2);
-    }
+    const auto pairs = [&](int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize].re; };
+    ExtremeChain chain;
+    chain.Start(pairs(0), 0);
+    for (int m = 2; m < kHalfFftSize; m += 2) chain.See(pairs(m), 2 * m);
     PairExtremes extremes;
     for (int l = 0; l < kFftLanes; ++l) {
-        extremes.max_value[l] = extremes.min_value[l] = even.max_value[l];
+        extremes.max_value[l] = extremes.min_value[l] = chain.max_value[l];
         extremes.max_index[l] = extremes.min_index[l] = kRealFftSize;
-        for (const ExtremeChain* chain : {&even, &odd}) {
-            Fold(*chain, l, l, &extremes);
-            Fold(*chain, l + kFftLanes, l, &extremes);
-        }
+        for (int from = l; from < kChainEntries; from += kFftLanes) Fold(chain, from, l, &extremes);
     }
     return extremes;
 }

@@ -5,6 +5,7 @@ set -euo pipefail
 build_dir=$1
 work=$2
 cmake=$3
+python=${4:-}   # the interpreter of the Python module, when it is built
 here=$(cd "$(dirname "$0")" && pwd)
 
 rm -rf "$work"
@@ -32,3 +33,9 @@ lib_dir=$(dirname "$(find "$prefix" -name libezossl.so -print -quit)")
 cc -std=c99 "$here/consumer/main.c" -o "$work/pkgconfig-consumer" \
    $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs ezossl ezossl-srp)
 LD_LIBRARY_PATH="$lib_dir" "$work/pkgconfig-consumer"
+
+# The Python module loads from the prefix alone: it finds the library through its run path.
+module=$(find "$prefix" -name 'ezossl.cpython-*.so' -print -quit)
+if [ -n "$module" ]; then
+  (cd "$work" && PYTHONPATH="$(dirname "$module")" "$python" -c "import ezossl; ezossl.Localizer('uca', distance_cm=6.5)")
+fi

@@ -50,7 +50,7 @@ SrpSession::SrpSession(const LibrarySettings& settings) {
     buffer_ = std::make_unique<uint64_t[]>(words);
     uint32_t status = EZOSSL_SRP_RET_OK;
     handle_ = EzoSslSrp_Init(buffer_.get(), &setup, &status);
-    if (!handle_) throw RunError("the SRP library refused EzoSslSrp_Init (" + SrpStatusName(status) + ")");
+    if (!handle_) throw LibraryRefusal("EzoSslSrp_Init", SrpStatusName(status), "");
 }
 
 void SrpSession::Process(const Block& block) { EzoSslSrp_Process(handle_, block.data()); }

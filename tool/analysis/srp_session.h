@@ -19,8 +19,8 @@ struct SrpDirection {
     double level_dbfs = 0.0;
 };
 
-// Init on construction (a refusal becomes a RunError naming the status); the buffer is freed
-// with the session.
+// Init on construction (a refusal becomes a LibraryRefusal naming the status); the buffer is
+// freed with the session.
 class SrpSession {
   public:
     explicit SrpSession(const LibrarySettings& settings);

@@ -9,10 +9,8 @@
 namespace ezossl_tool {
 namespace {
 
-std::string LibraryRefusal(const char* function, const std::string& status) {
-    const std::string message = Console::LastLibraryMessage();
-    return std::string("the library refused ") + function + " (" + status + ")" +
-           (message.empty() ? "" : ": " + message);
+LibraryRefusal Refusal(const char* function, const std::string& status) {
+    return LibraryRefusal(function, status, Console::LastLibraryMessage());
 }
 
 }  // namespace
@@ -25,7 +23,7 @@ SslSession::SslSession(const LibrarySettings& settings) : mic_order_(settings.mi
                           EZOSSL_MIC_NUM};
     // Init reports why it failed only in its message, so that is what the user gets.
     handle_.reset(EzoSsl_Init(buffer_.get(), &init));
-    if (!handle_) throw RunError(LibraryRefusal("EzoSsl_Init", "no handle"));
+    if (!handle_) throw Refusal("EzoSsl_Init", "no handle");
 
     const SslConfig config = {settings.temperature_c, settings.threshold_db, settings.frames_per_vote};
     Require(EzoSsl_Config(handle_.get(), &config), "EzoSsl_Config");
@@ -79,7 +77,7 @@ PeriodDirection SslSession::CloseVotingPeriod() {
 }
 
 void SslSession::Require(uint32_t status, const char* function) const {
-    if (status != SSL_RET_OK) throw RunError(LibraryRefusal(function, StatusName(status)));
+    if (status != SSL_RET_OK) throw Refusal(function, StatusName(status));
 }
 
 // The library scales without saturating, so an over-large gain wraps loud samples around

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace ezossl_tool {
 
@@ -17,6 +18,20 @@ class UsageError : public std::runtime_error {
 class RunError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
+};
+
+// A refusal by the library, with its parts kept apart for hosts that report them separately.
+class LibraryRefusal : public RunError {
+  public:
+    LibraryRefusal(const std::string& function, const std::string& status, const std::string& message)
+        : RunError("the library refused " + function + " (" + status + ")" + (message.empty() ? "" : ": " + message)),
+          function_(function), status_(status), message_(message) {}
+    const std::string& Function() const { return function_; }
+    const std::string& Status() const { return status_; }        // "INVALID_CONFIG", ...
+    const std::string& Message() const { return message_; }      // the library's last line, or ""
+
+  private:
+    std::string function_, status_, message_;
 };
 
 }  // namespace ezossl_tool

@@ -21,6 +21,23 @@ class Console {
     static void FinishOutput();
     // One "ezossl: warning: ..." line on standard error.
     static void Warn(const std::string& line);
+    // Everything the library printed into the capture file so far, which is then emptied.
+    static std::string TakeLibraryMessages();
+};
+
+// For hosts that keep their own standard output, such as the Python module: while one of these
+// lives, file descriptor 1 points at the capture file (created on first use) and the library's
+// messages land there; the real standard output comes back when it goes. Process-wide, so the
+// caller holds at most one at a time.
+class LibraryOutputScope {
+  public:
+    LibraryOutputScope();
+    ~LibraryOutputScope();
+    LibraryOutputScope(const LibraryOutputScope&) = delete;
+    LibraryOutputScope& operator=(const LibraryOutputScope&) = delete;
+
+  private:
+    int saved_fd_;
 };
 
 }  // namespace ezossl_tool

@@ -62,5 +62,6 @@ uint32_t EzoSslSrp_Reset(EzoSslSrp* srp) {
     if (!state) return EZOSSL_SRP_RET_INVALID_HANDLE;
     ezossl::srp::Period_Clear(state);
     std::memset(state->history, 0, sizeof(state->history));
+    state->recent_energy = 0.0f;
     return EZOSSL_SRP_RET_OK;
 }

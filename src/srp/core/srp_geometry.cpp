@@ -109,6 +109,15 @@ uint32_t Steering_Build(SrpState* state, const ArrayLayout& layout, double speed
             state->diffuse_coherence[p][i] = static_cast<float>(x > 0.0 ? std::sin(x) / x : 1.0);
         }
     }
+    // A line's wide pairs resolve its directions best, and its close pairs mostly hear the
+    // diffuse field: each pair counts by its span squared (relative to the widest), which moved
+    // a line's answers closer to the truth on the accuracy grid. A planar array's pairs count alike.
+    double widest_span = 0.0;
+    for (int p = 0; p < kPairs; ++p) widest_span = std::fmax(widest_span, PairSpan(layout, p));
+    for (int p = 0; p < kPairs; ++p) {
+        const double share = PairSpan(layout, p) / widest_span;
+        state->pair_weight[p] = layout.collinear ? static_cast<float>(share * share) : 1.0f;
+    }
     state->collinear = layout.collinear ? 1u : 0u;
     state->grid_points = layout.collinear ? kLineGrid : kPlanarGrid;
     for (uint32_t g = 0; g < state->grid_points; ++g) {

@@ -37,6 +37,7 @@ struct SrpState {
     int32_t lag_first[kPairs];   // where each pair's correlation starts in `correlation`
     int32_t lag_centre[kPairs];  // offset of lag 0 within it
     int32_t lag_count[kPairs];
+    float pair_weight[kPairs];  // each pair's share of the steered power
 
     // The open period.
     uint32_t blocks;
@@ -45,6 +46,7 @@ struct SrpState {
     float magnitude[kPairs][kBins];  // sum of the magnitudes of the terms added to `cross`
 
     float history[kChannels][kHop];  // the previous block, full scale 1.0
+    float recent_energy;  // decaying mean of the recent frames' band energy
     float spectrum[kChannels][2 * kBins];  // the current frame's spectra, re, im per bin
     float whitened[kChannels][kBins][2];  // spectra of the current frame, partially whitened
     float whitened_magnitude[kChannels][kBins];

@@ -66,7 +66,7 @@ SteeredPeak Steer_FindPeak(SrpState* state) {
     int best = 0;
     for (int g = 0; g < points; ++g) {
         float power = 0.0f;
-        for (int p = 0; p < kPairs; ++p) power += Interpolate(state->correlation, state->steer[g][p]);
+        for (int p = 0; p < kPairs; ++p) power += state->pair_weight[p] * Interpolate(state->correlation, state->steer[g][p]);
         state->power[g] = power;
         if (power > state->power[best]) best = g;
     }
@@ -77,7 +77,7 @@ SteeredPeak Steer_FindPeak(SrpState* state) {
 
     float full_scale = 0.0f;
     for (int p = 0; p < kPairs; ++p) {
-        for (uint32_t i = 0; i < state->bin_count; ++i) full_scale += state->magnitude[p][i];
+        for (uint32_t i = 0; i < state->bin_count; ++i) full_scale += state->pair_weight[p] * state->magnitude[p][i];
     }
     float confidence = full_scale > 0.0f ? state->power[best] / full_scale : 0.0f;
     confidence = confidence < 0.0f ? 0.0f : confidence > 1.0f ? 1.0f : confidence;

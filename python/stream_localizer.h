@@ -1,0 +1,66 @@
+// Samples in chunks of any length, voting periods out: the streaming core of ezossl.Localizer.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analysis/localizer.h"
+#include "analysis/srp_session.h"
+#include "analysis/ssl_session.h"
+#include "io/block_source.h"
+
+namespace ezossl_python {
+
+struct PeriodRow {
+    double start_s = 0.0;
+    int frames = 0;
+    std::string status;
+    double direction_deg = 0.0;  // NaN without a direction
+    double confidence = 0.0;     // SRP only
+    double level_dbfs = 0.0;     // SRP only
+};
+
+struct FrameRow {
+    double start_s = 0.0;
+    std::array<double, EZOSSL_PAIR_NUM> delays{};  // whole samples; NaN when the pair was rejected
+};
+
+// One library instance fed block by block. Instants that do not fill a block wait for the next
+// call, and a period closes after frames_per_vote blocks, exactly as the tool's voting loop.
+class StreamLocalizer {
+  public:
+    // method: kSpecified or kSrp.
+    StreamLocalizer(const ezossl_tool::LibrarySettings& settings, ezossl_tool::Method method);
+
+    // interleaved holds instants x 4 samples; returns the periods these instants complete.
+    std::vector<PeriodRow> Process(const int16_t* interleaved, size_t instants);
+    // Completes a waiting block with zeros and votes a started period, as the tool does at the
+    // end of a recording. The stream may go on afterwards; time keeps counting whole blocks.
+    std::vector<PeriodRow> Flush();
+    // Every frame's delays from now on are kept, for TakeFrames (the specified method only).
+    void KeepFrames() { keep_frames_ = true; }
+    std::vector<FrameRow> TakeFrames();
+
+  private:
+    void RunBlock(std::vector<PeriodRow>& periods);
+    void KeepFrame(const ezossl_tool::PairDelays& delays);
+    void ClosePeriod(std::vector<PeriodRow>& periods);
+    double Seconds(int64_t frame) const;
+
+    std::optional<ezossl_tool::SslSession> specified_;
+    std::optional<ezossl_tool::SrpSession> srp_;
+    uint32_t sample_rate_;
+    int frames_per_vote_;
+    ezossl_tool::Block pending_{};
+    size_t pending_instants_ = 0;
+    int64_t frames_run_ = 0;
+    int period_frames_ = 0;
+    bool keep_frames_ = false;
+    std::vector<FrameRow> frames_;
+};
+
+}  // namespace ezossl_python
