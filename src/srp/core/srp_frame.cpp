@@ -13,6 +13,7 @@ namespace ezossl::srp {
 namespace {
 
 constexpr float kFullScale = 32768.0f;
+constexpr float kSampleScale = 1.0f / kFullScale;  // a power of two: the same as dividing
 // A line array hears reverberation as a false source at broadside. Its frames count by how far
 // their band energy rises above the recent frames' (a decaying mean with this factor per frame),
 // so that onsets, where the direct sound leads its reflections, outvote the reverberant tails.
@@ -21,67 +22,66 @@ constexpr float kRecentEnergyDecay = 0.5f;
 
 // Each bin is divided by its magnitude to the power 3/4 instead of 1: on the accuracy grid
 // (see the README) keeping a quarter of the magnitude let the bins that carry the source
-// outweigh those holding only noise, and cut the mean error by a sixth. Returns |X|^(1/4),
-// the magnitude left, and scales (re, im) by |X|^(-3/4).
-float Whiten(float power, float* re, float* im) {
-    const float root_half = std::sqrt(std::sqrt(power));  // |X|^(1/2)
-    const float root_quarter = std::sqrt(root_half);      // |X|^(1/4)
-    const float divisor = root_half * root_quarter;        // |X|^(3/4)
-    // One division per bin instead of two; a silent bin (divisor 0) stays 0.
-    const float scale = divisor > 0.0f ? 1.0f / divisor : 0.0f;
-    *re *= scale;
-    *im *= scale;
-    return root_quarter;
-}
-
-// The four channels' frames (the previous block, then this one) through one four-lane
-// transform: their spectra land in state->spectrum, one row per channel.
+// outweigh those holding only noise, and cut the mean error by a sixth.
+// The four channels' frames (the previous block, then this one) windowed straight into one
+// four-lane transform: their spectra land in state->spectrum, one row per channel.
 void ChannelSpectra(SrpState* state, const int16_t* block) {
-    auto* plan = static_cast<RealFftPlan*>(state->fft.configuration);
-    float frame[kFrame];
-    float* out[kChannels];
+    float frame[kChannels][kFrame];
     for (int c = 0; c < kChannels; ++c) {
-        std::memcpy(frame, state->history[c], sizeof(state->history[c]));
-        for (int n = 0; n < kHop; ++n) {
-            const float v = static_cast<float>(block[kChannels * n + c]) / kFullScale;
-            frame[kHop + n] = v;
-            state->history[c][n] = v;
-        }
-        FftWindow_Apply(frame, kWindowIn);
-        for (int n = 0; n < kHalfFftSize; ++n) {
-            plan->data[n].re[c] = frame[2 * n];
-            plan->data[n].im[c] = frame[2 * n + 1];
-        }
-        out[c] = state->spectrum[c];
+        std::memcpy(frame[c], state->history[c], sizeof(state->history[c]));
+        for (int n = 0; n < kHop; ++n) frame[c][kHop + n] = static_cast<float>(block[kChannels * n + c]) * kSampleScale;
+        std::memcpy(state->history[c], frame[c] + kHop, sizeof(state->history[c]));
     }
+    // The sine window's half table, read forwards up to the middle and backwards after it.
+    const float* w = FftInWindow;
+    auto* plan = static_cast<RealFftPlan*>(state->fft.configuration);
+    const auto load = [&](int n, float w0, float w1) {
+        for (int c = 0; c < kChannels; ++c) {
+            plan->data[n].re[c] = frame[c][2 * n] * w0;
+            plan->data[n].im[c] = frame[c][2 * n + 1] * w1;
+        }
+    };
+    for (int n = 0; n < kHalfFftSize / 2; ++n) load(n, w[2 * n], w[2 * n + 1]);
+    for (int n = kHalfFftSize / 2; n < kHalfFftSize; ++n) load(n, w[kFrame - 2 * n], w[kFrame - 2 * n - 1]);
+    float* out[kChannels];
+    for (int c = 0; c < kChannels; ++c) out[c] = state->spectrum[c];
     RealFft_Forward(plan, out);
 }
 
-// Fills state->whitened[c] with the whitened spectrum of channel c in the band; returns the
-// channel's band energy.
+// Fills state->whitened_*[c] with the whitened spectrum of channel c in the band (re, im scaled
+// by |X|^(-3/4), and the |X|^(1/4) left); returns the channel's band energy. The loops are kept
+// apart so that the whitening vectorises: the energy's sum, in bin order, would not.
 float WhitenChannel(SrpState* state, int c) {
-    const float* spectrum = state->spectrum[c];
+    const float* spectrum = state->spectrum[c] + 2 * state->bin_low;
+    float* re = state->whitened_re[c];
+    float* im = state->whitened_im[c];
+    float* magnitude = state->whitened_magnitude[c];
+    const uint32_t bins = state->bin_count;
+    for (uint32_t i = 0; i < bins; ++i) {
+        re[i] = spectrum[2 * i];
+        im[i] = spectrum[2 * i + 1];
+        magnitude[i] = re[i] * re[i] + im[i] * im[i];  // the power, for now
+    }
     float energy = 0.0f;
-    for (uint32_t i = 0; i < state->bin_count; ++i) {
-        const uint32_t k = state->bin_low + i;
-        float re = spectrum[2 * k];
-        float im = spectrum[2 * k + 1];
-        const float power = re * re + im * im;
-        energy += power;
-        state->whitened_magnitude[c][i] = Whiten(power, &re, &im);
-        state->whitened[c][i][0] = re;
-        state->whitened[c][i][1] = im;
+    for (uint32_t i = 0; i < bins; ++i) energy += magnitude[i];
+    for (uint32_t i = 0; i < bins; ++i) {
+        const float root_half = std::sqrt(std::sqrt(magnitude[i]));  // |X|^(1/2)
+        const float root_quarter = std::sqrt(root_half);             // |X|^(1/4)
+        const float divisor = root_half * root_quarter;               // |X|^(3/4)
+        // One division per bin instead of two; a silent bin (divisor 0) stays 0.
+        const float scale = divisor > 0.0f ? 1.0f / divisor : 0.0f;
+        re[i] *= scale;
+        im[i] *= scale;
+        magnitude[i] = root_quarter;
     }
     return energy;
 }
 
+// Mean square of the block at full scale 1.0; the squares are summed exactly as integers.
 float BlockMeanSquare(const int16_t* block) {
-    float sum = 0.0f;
-    for (int i = 0; i < kHop * kChannels; ++i) {
-        const float v = static_cast<float>(block[i]) / kFullScale;
-        sum += v * v;
-    }
-    return sum / static_cast<float>(kHop * kChannels);
+    int64_t sum = 0;
+    for (int i = 0; i < kHop * kChannels; ++i) sum += int32_t{block[i]} * block[i];
+    return static_cast<float>(static_cast<double>(sum) / (double{kFullScale} * kFullScale * (kHop * kChannels)));
 }
 
 }  // namespace
@@ -96,14 +96,19 @@ void Frame_Accumulate(SrpState* state, const int16_t* block) {
     if (state->collinear) weight = rise > 0.0f ? rise : 0.0f;
     for (int p = 0; p < kPairs; ++p) {
         const int first = kPairMics[p][0], second = kPairMics[p][1];
-        const float(*a)[2] = state->whitened[first];
-        const float(*b)[2] = state->whitened[second];
+        const float* are = state->whitened_re[first];
+        const float* aim = state->whitened_im[first];
+        const float* bre = state->whitened_re[second];
+        const float* bim = state->whitened_im[second];
+        const float* am = state->whitened_magnitude[first];
+        const float* bm = state->whitened_magnitude[second];
+        float* magnitude = state->magnitude[p];
         float(*sum)[2] = state->cross[p];
         for (uint32_t i = 0; i < state->bin_count; ++i) {
-            state->magnitude[p][i] += weight * state->whitened_magnitude[first][i] * state->whitened_magnitude[second][i];
+            magnitude[i] += weight * am[i] * bm[i];
             // a * conj(b): its phase is the delay of the second microphone behind the first.
-            sum[i][0] += weight * (a[i][0] * b[i][0] + a[i][1] * b[i][1]);
-            sum[i][1] += weight * (a[i][1] * b[i][0] - a[i][0] * b[i][1]);
+            sum[i][0] += weight * (are[i] * bre[i] + aim[i] * bim[i]);
+            sum[i][1] += weight * (aim[i] * bre[i] - are[i] * bim[i]);
         }
     }
     state->blocks += 1;

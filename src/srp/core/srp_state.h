@@ -48,7 +48,8 @@ struct SrpState {
     float history[kChannels][kHop];  // the previous block, full scale 1.0
     float recent_energy;  // decaying mean of the recent frames' band energy
     float spectrum[kChannels][2 * kBins];  // the current frame's spectra, re, im per bin
-    float whitened[kChannels][kBins][2];  // spectra of the current frame, partially whitened
+    float whitened_re[kChannels][kBins];  // spectra of the current frame, partially whitened
+    float whitened_im[kChannels][kBins];
     float whitened_magnitude[kChannels][kBins];
 
     float diffuse_coherence[kPairs][kBins];  // of each pair in a diffuse field: sin(x) / x
