@@ -18,6 +18,7 @@
 #include "fuzz_input.h"
 #include "analysis/library_facts.h"
 #include "analysis/library_options.h"
+#include "analysis/orientation.h"
 #include "simulation/room_acoustics.h"
 #include "simulation/trajectory.h"
 #include "analysis/truth_track.h"
@@ -50,7 +51,10 @@ void Array(FuzzInput& in) {
     const ArrayDescription array = ParseArray(Rest(in), distance);
     MicrophonePositionsM(array);
     Describe(array);
-    if (IsSupportedRate(rate)) RequireArrayFitsRate(array, rate, temperature);
+    // locate checks the array as the library gets it: renumbered, a line laid onto x.
+    const Orientation orientation(array);
+    orientation.Report(0);
+    if (IsSupportedRate(rate)) RequireArrayFitsRate(orientation.LibraryArray(), rate, temperature);
 }
 
 void Truth(FuzzInput& in) {

@@ -17,10 +17,17 @@ def simulate(path, array_args, *scene_args):
     return str(path)
 
 
+# The columns the module shares with the tool, in the tool's order; the SRP's level is its
+# own, the specified method's level and accepted shares are the tool's trust columns.
+SHARED_COLUMNS = {False: ("start_s", "status", "direction_deg"),
+                  True: ("start_s", "status", "direction_deg", "confidence", "level_dbfs")}
+
+
 def tool_rows(path, *args):
-    """Every period `ezossl locate --format json` prints, its values in column order."""
+    """Every period `ezossl locate --format json` prints, the values of the shared columns."""
     out = subprocess.run([TOOL, "locate", path, *args, "--format", "json"], check=True, capture_output=True, text=True)
-    return [tuple(json.loads(line).values()) for line in out.stdout.splitlines()]
+    rows = [json.loads(line) for line in out.stdout.splitlines()]
+    return [tuple(row[name] for name in SHARED_COLUMNS["confidence" in row]) for row in rows]
 
 
 def rows(records):

@@ -72,12 +72,6 @@ const BadInput kBadInputs[] = {
      "--distance does not apply to an array given by positions; leave it out"},
     {"coincident_microphones", Locate("good.wav", {"--array", "0,0 4,0 4,4 4,0"}), kUsage,
      "--array: microphones 1 and 3 are both at (4, 0) cm; give each microphone its own position"},
-    {"line_off_the_x_axis", Locate("good.wav", {"--array", "0,0 1,1 2,2 3,3"}), kUsage,
-     "--array: the four microphones lie on one line that is not the x axis; the library solves a line only along x, "
-     "so give them all the same y"},
-    {"microphone_left_of_zero", Locate("good.wav", {"--array", "4,0 0,0 0,4 4,4"}), kUsage,
-     "--array: microphone 1 at (0, 0) cm lies left of microphone 0 at (4, 0) cm, and the library then finds no "
-     "direction; number the microphones so that microphone 0 has the smallest x (reorder --array and --map alike)"},
     {"array_far_too_wide", Locate("good.wav", {"--array", "0,0 1e30,0 4,4 0,4"}), kUsage,
      "--array: the microphones are up to 1e+30 cm apart, far larger than any array the library handles; positions are in cm"},
     {"coincident_in_single_precision", Locate("good.wav", {"--array", "0,0 1e-300,0 2e-300,0 3e-300,0"}), kUsage,
@@ -85,8 +79,8 @@ const BadInput kBadInputs[] = {
      "give each microphone its own position"},
     {"nearly_collinear", Locate("good.wav", {"--array", "0,0 4,0 8,0.001 12,0"}), kUsage,
      "--array: the microphones lie within 0.0011 cm of one line, less than the 2.16 cm sound travels in one sample at "
-     "16000 Hz, so directions across it cannot be told apart; move them at least 2.16 cm off the line, or give all "
-     "four the same y for a linear array"},
+     "16000 Hz, so directions across it cannot be told apart; move them at least 2.16 cm off the line, or put all "
+     "four on one line for a linear array"},
     {"distance_in_metres", Locate("good.wav", {"--array", "uca", "--distance", "0.04"}), kUsage,
      "--distance 0.04 cm puts the microphone pairs at most 0.04 cm apart, less than the 2.16 cm sound travels in one "
      "sample at 16000 Hz, so every direction looks alike; --distance is in cm, e.g. --distance 6.5"},
@@ -113,7 +107,13 @@ const BadInput kBadInputs[] = {
     {"no_frames_per_vote", Args(Locate("good.wav"), {"--frames-per-vote", "0"}), kUsage,
      "--frames-per-vote must lie between 1 and 1000000, got 0"},
     {"plot_of_delays", Args(Locate("good.wav"), {"--bf-mode", "1", "--plot", "p.svg"}), kUsage,
-     "--bf-mode 1 gives delays only, so --truth and --plot have nothing to show; leave them out"},
+     "--bf-mode 1 gives delays only, so --truth, --plot and --summary have nothing to show; leave them out"},
+    {"plot_and_summary_alike", Args(Locate("good.wav"), {"--plot", "out", "--summary", "./out"}), kUsage,
+     "--plot and --summary name the same file; give each its own"},
+    {"smooth_zero", Args(Locate("good.wav"), {"--smooth", "0"}), kUsage, "--smooth must lie between 1 and 1000 periods, got 0"},
+    {"unknown_angles", Args(Locate("good.wav"), {"--angles", "north"}), kUsage,
+     "--angles north is not known; choose library (counter-clockwise from +y, -90 to 269) or compass (clockwise from "
+     "the front, 0 to 359)"},
     {"unknown_format", Args(Locate("good.wav"), {"--format", "xml"}), kUsage, "--format xml is not known; choose table, csv or json"},
     // Headerless input.
     {"raw_without_rate", Args(Locate("good.wav"), {"--raw", "--channels", "4"}), kUsage,

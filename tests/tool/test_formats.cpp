@@ -43,12 +43,15 @@ class Formats : public ToolTest {
     }
 };
 
-// --truth adds the truth and the error to every period; the summary, accuracy included, goes
-// to standard error.
+// --truth adds the truth and the error to every period, and every period carries its level
+// (the scene's -26 dBFS) and the share of frames each pair delivered; the summary, accuracy
+// included, goes to standard error, and --summary writes it as JSON too.
 TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
-    const RunResult result = RunOk(Args({"locate", "scene.wav", "--format", "csv", "--truth", "scene.truth.csv"}, kUla));
+    const RunResult result = RunOk(Args(
+        {"locate", "scene.wav", "--format", "csv", "--truth", "scene.truth.csv", "--summary", "summary.json"}, kUla));
     EXPECT_EQ(CsvColumns(result.out),
-              (std::vector<std::string>{"start_s", "status", "direction_deg", "truth_deg", "error_deg"}));
+              (std::vector<std::string>{"start_s", "status", "direction_deg", "truth_deg", "error_deg", "level_dbfs",
+                                        "accepted_01", "accepted_02", "accepted_03"}));
     const std::vector<Row> rows = ParseCsv(result.out);
     ASSERT_EQ(rows.size(), 6u);   // 1.5 s in periods of 0.256 s, the last one short
     for (size_t i = 0; i < rows.size(); ++i) {
@@ -57,6 +60,9 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
         EXPECT_EQ(rows[i].at("direction_deg"), "-90");
         EXPECT_EQ(rows[i].at("truth_deg"), "-90.0");
         EXPECT_EQ(rows[i].at("error_deg"), "0.0");
+        // The scene is -26 dBFS over its whole length; a quarter second of noise strays by tenths of a dB.
+        EXPECT_NEAR(std::stod(rows[i].at("level_dbfs")), -26.0, 0.3);
+        EXPECT_EQ(rows[i].at("accepted_01") + rows[i].at("accepted_02") + rows[i].at("accepted_03"), "1.001.001.00");
     }
     EXPECT_EQ(result.err,
               "periods: 6 of 0.256 s, with a direction: 6 (100.0 %); OK 6\n"
@@ -64,12 +70,23 @@ TEST_F(Formats, CsvPeriodsHaveTheirColumnsAndSummaryGoesToStandardError) {
               "within +-22.5 deg: 100.0 %\n"
               "note: the last block was completed with 64 zero samples per channel\n"
               "note: the last period (from 1.280 s) has only 28 of 32 frames\n");
+    const Json summary(cJSON_Parse(ReadFile("summary.json").c_str()), cJSON_Delete);
+    ASSERT_TRUE(summary);
+    EXPECT_EQ(Keys(summary.get()), (std::vector<std::string>{"periods", "period_s", "with_direction", "held", "statuses",
+                                                              "mean_level_dbfs", "accuracy", "notes"}));
+    EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetObjectItem(summary.get(), "statuses"), "OK")->valueint, 6);
+    const cJSON* accuracy = cJSON_GetObjectItem(summary.get(), "accuracy");
+    EXPECT_EQ(cJSON_GetObjectItem(accuracy, "mean_abs_error_deg")->valuedouble, 0.0);
+    EXPECT_EQ(cJSON_GetObjectItem(accuracy, "within_10_deg")->valuedouble, 1.0);
+    EXPECT_STREQ(cJSON_GetArrayItem(cJSON_GetObjectItem(summary.get(), "notes"), 1)->valuestring,
+                 "the last period (from 1.280 s) has only 28 of 32 frames");
 }
 
 TEST_F(Formats, JsonLinesCarryNumbersStringsAndNulls) {
     const RunResult scene = RunOk(Args({"locate", "scene.wav", "--format", "json"}, kUla));
     for (const Json& object : ParseJsonLines(scene.out)) {
-        EXPECT_EQ(Keys(object.get()), (std::vector<std::string>{"start_s", "status", "direction_deg"}));
+        EXPECT_EQ(Keys(object.get()), (std::vector<std::string>{"start_s", "status", "direction_deg", "level_dbfs",
+                                                                "accepted_01", "accepted_02", "accepted_03"}));
         EXPECT_TRUE(cJSON_IsNumber(cJSON_GetObjectItem(object.get(), "start_s")));
         EXPECT_TRUE(kStatuses.count(cJSON_GetObjectItem(object.get(), "status")->valuestring));
         EXPECT_EQ(cJSON_GetObjectItem(object.get(), "direction_deg")->valueint, -90);
@@ -92,7 +109,8 @@ TEST_F(Formats, BothMethodsShareEachRowAndTheSrpAddsConfidenceAndLevel) {
     for (size_t i = 0; i + 1 < objects.size(); ++i) {   // the short last period aside
         const cJSON* row = objects[i].get();
         EXPECT_EQ(Keys(row), (std::vector<std::string>{"start_s", "status", "direction_deg", "srp_status",
-                                                        "srp_direction_deg", "srp_confidence", "srp_level_dbfs"}));
+                                                        "srp_direction_deg", "srp_confidence", "srp_level_dbfs",
+                                                        "level_dbfs", "accepted_01", "accepted_02", "accepted_03"}));
         EXPECT_EQ(cJSON_GetObjectItem(row, "direction_deg")->valueint, -90);
         EXPECT_STREQ(cJSON_GetObjectItem(row, "srp_status")->valuestring, "OK");
         EXPECT_NEAR(cJSON_GetObjectItem(row, "srp_direction_deg")->valuedouble, -90.0, 2.0);
@@ -114,9 +132,9 @@ TEST_F(Formats, BothMethodsShareEachRowAndTheSrpAddsConfidenceAndLevel) {
 TEST_F(Formats, TableIsAlignedWithTheSummaryBelow) {
     const RunResult result = RunOk(Args({"locate", "silence.wav"}, kUla));
     EXPECT_EQ(result.out,
-              " start_s  status           direction_deg\n"
-              "   0.000  SIGNAL_TOO_WEAK\n"
-              "   0.256  SIGNAL_TOO_WEAK\n"
+              " start_s  status           direction_deg  level_dbfs  accepted_01  accepted_02  accepted_03\n"
+              "   0.000  SIGNAL_TOO_WEAK                     -120.0         0.00         0.00         0.00\n"
+              "   0.256  SIGNAL_TOO_WEAK                     -120.0         0.00         0.00         0.00\n"
               "\n"
               "periods: 2 of 0.256 s, with a direction: 0 (0.0 %); SIGNAL_TOO_WEAK 2\n");
     EXPECT_EQ(result.err, "");

@@ -144,7 +144,7 @@ TEST_F(Live, InterruptedListenKeepsItsRowsAndSummary) {
         const Finished finished = Wait(child);
         EXPECT_EQ(finished.exit_code, 0) << finished.err;
         ASSERT_GE(output.lines.size(), 2u);
-        EXPECT_EQ(output.lines[0], "start_s,status,direction_deg,overruns");
+        EXPECT_EQ(output.lines[0], "start_s,status,direction_deg,level_dbfs,accepted_01,accepted_02,accepted_03,overruns");
         const std::vector<std::string> summary = Lines(finished.err);
         ASSERT_GE(summary.size(), 2u) << finished.err;
         EXPECT_EQ(summary[0].rfind("captured ", 0), 0u) << finished.err;

@@ -17,13 +17,34 @@ std::string Percent(int64_t part, int64_t whole) {
 std::string StatusCounts(const Localization& localization, bool srp) {
     const std::map<std::string, int64_t>& counts = localization.tallies[srp].status_counts;
     std::string text;
-    for (const auto& [name, count] : counts) text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    for (const auto& [name, count] : counts) {
+        text += (text.empty() ? "" : ", ") + name + " " + std::to_string(count);
+    }
     return text;
 }
 
 }  // namespace
 
-MethodAnswer AnswerOf(const PeriodResult& period, bool srp) {
+std::map<std::string, int> PeriodsPerStatus(const Localization& localization) {
+    std::map<std::string, int> counts;
+    for (const PeriodResult& period : localization.periods) ++counts[StatusName(period.direction.status)];
+    return counts;
+}
+
+MethodAnswer AnswerOf(const PeriodResult& period, const Orientation& orientation, bool srp) {
+    MethodAnswer answer = LibraryAnswerOf(period, srp);
+    if (!srp) {
+        // The steadied direction, which may be held while the library has none.
+        const std::optional<int32_t>& steadied = period.trust.direction_deg;
+        answer.degrees.reset();
+        if (steadied) answer.degrees = orientation.Report(*steadied);
+    } else if (answer.degrees) {
+        answer.degrees = orientation.ReportExact(*answer.degrees);
+    }
+    return answer;
+}
+
+MethodAnswer LibraryAnswerOf(const PeriodResult& period, bool srp) {
     if (!srp) {
         MethodAnswer answer{StatusName(period.direction.status), std::nullopt};
         if (period.direction.degrees) answer.degrees = *period.direction.degrees;
@@ -39,21 +60,21 @@ std::vector<bool> ShownMethods(Method method) {
 }
 
 PeriodTruth CompareWithTruth(const PeriodResult& period, uint32_t sample_rate, const TruthTrack& truth,
-                             bool linear, bool srp) {
-    const double azimuth = truth.AzimuthAt(period.MiddleSeconds(sample_rate));
+                             const Orientation& orientation, bool srp) {
     PeriodTruth result;
-    result.truth_deg = linear ? FoldFrontBack(azimuth) : WrapAzimuth(azimuth);
-    const MethodAnswer answer = AnswerOf(period, srp);
+    result.truth_deg = orientation.ReportTruth(truth.AzimuthAt(period.MiddleSeconds(sample_rate)));
+    const MethodAnswer answer = AnswerOf(period, orientation, srp);
     if (answer.degrees) result.error_deg = CircularDifference(*answer.degrees, result.truth_deg);
     return result;
 }
 
-AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, bool linear, bool srp) {
+AccuracySummary Summarize(const Localization& localization, const TruthTrack& truth, const Orientation& orientation,
+                          bool srp) {
     AccuracySummary summary;
     double error_sum = 0.0;
     for (const PeriodResult& period : localization.periods) {
         ++summary.periods;
-        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, linear, srp);
+        const PeriodTruth compared = CompareWithTruth(period, localization.sample_rate, truth, orientation, srp);
         if (!compared.error_deg) continue;
         const double error = std::abs(*compared.error_deg);
         ++summary.with_direction;
@@ -67,8 +88,8 @@ AccuracySummary Summarize(const Localization& localization, const TruthTrack& tr
 
 namespace {
 
-std::vector<std::string> MethodSummaryLines(const Localization& localization, const TruthTrack* truth, bool linear,
-                                            bool srp) {
+std::vector<std::string> MethodSummaryLines(const Localization& localization, const TruthTrack* truth,
+                                            const Orientation& orientation, bool srp) {
     std::vector<std::string> lines;
     const int64_t with_direction = localization.tallies[srp].with_direction;
     const int64_t periods = localization.period_count;
@@ -76,7 +97,7 @@ std::vector<std::string> MethodSummaryLines(const Localization& localization, co
                     " s, with a direction: " + std::to_string(with_direction) + " (" + Percent(with_direction, periods) +
                     "); " + StatusCounts(localization, srp));
     if (truth) {
-        const AccuracySummary s = Summarize(localization, *truth, linear, srp);
+        const AccuracySummary s = Summarize(localization, *truth, orientation, srp);
         lines.push_back("accuracy of the periods with a direction: mean absolute error " +
                         FormatFixed(s.mean_abs_error_deg, 1) + " deg, within +-" + FormatNumber(kCloseDeg) +
                         " deg: " + Percent(s.within_close, s.with_direction) + ", within +-" +
@@ -87,14 +108,22 @@ std::vector<std::string> MethodSummaryLines(const Localization& localization, co
 
 }  // namespace
 
-std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth, bool linear) {
+std::vector<std::string> SummaryLines(const Localization& localization, const TruthTrack* truth,
+                                      const Orientation& orientation) {
     std::vector<std::string> lines;
     const std::vector<bool> methods = ShownMethods(localization.method);
     for (const bool srp : methods) {
         const std::string prefix = methods.size() > 1 ? (srp ? "srp: " : "specified: ") : "";
-        for (const std::string& line : MethodSummaryLines(localization, truth, linear, srp)) lines.push_back(prefix + line);
+        for (const std::string& line : MethodSummaryLines(localization, truth, orientation, srp)) {
+            lines.push_back(prefix + line);
+        }
+    }
+    if (localization.steadying.hold_periods > 0) {
+        lines.push_back("held: " + std::to_string(localization.held_periods) + " periods without a direction kept the one before");
     }
     for (const std::string& note : InputNotes(localization)) lines.push_back(note);
+    const std::string renumbering = orientation.RenumberingNote();
+    if (!renumbering.empty()) lines.push_back(renumbering + "; directions are given in your frame");
     return lines;
 }
 

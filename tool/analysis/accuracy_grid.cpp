@@ -97,10 +97,12 @@ std::vector<GridPeriod> RunJob(const AccuracyGrid& grid, const SceneJob& job) {
         clean.insert(clean.end(), interleaved, interleaved + frames * EZOSSL_MIC_NUM);
     });
 
+    // An array given by positions is renumbered and turned for the library like locate does.
+    const Orientation orientation(setup.array);
     LibrarySettings settings;
-    settings.array = setup.array;
+    settings.array = orientation.LibraryArray();
+    settings.mic_order = orientation.Order();
     settings.sample_rate = setup.sample_rate;
-    const bool linear = IsLinear(setup.array);
     std::vector<GridPeriod> periods;
     for (size_t snr = 0; snr < grid.snrs_db.size(); ++snr) {
         MemorySource source(WithNoise(clean, grid.snrs_db[snr], job.seed * kNoiseSeedStep + snr),
@@ -113,9 +115,10 @@ std::vector<GridPeriod> RunJob(const AccuracyGrid& grid, const SceneJob& job) {
             GridPeriod out;
             std::copy(std::begin(job.axis), std::end(job.axis), out.axis);
             out.axis[kAxisSnr] = int(snr);
-            const PeriodTruth specified = CompareWithTruth(period, localization.sample_rate, scene.truth, linear);
+            const PeriodTruth specified = CompareWithTruth(period, localization.sample_rate, scene.truth, orientation);
             if (specified.error_deg) out.specified_error_deg = std::abs(*specified.error_deg);
-            if (period.srp->degrees) out.srp_error_deg = std::abs(CircularDifference(*period.srp->degrees, specified.truth_deg));
+            const PeriodTruth srp = CompareWithTruth(period, localization.sample_rate, scene.truth, orientation, true);
+            if (srp.error_deg) out.srp_error_deg = std::abs(*srp.error_deg);
             out.srp_confidence = period.srp->confidence;
             periods.push_back(out);
         }

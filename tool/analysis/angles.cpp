@@ -5,8 +5,6 @@
 
 namespace ezossl_tool {
 
-constexpr double kFullTurn = 360.0;
-
 Vec2 DirectionOf(double azimuth_deg) {
     const double radians = azimuth_deg * kPi / 180.0;
     return {-std::sin(radians), std::cos(radians)};
@@ -16,6 +14,11 @@ double WrapAzimuth(double azimuth_deg) {
     double wrapped = std::fmod(azimuth_deg - kPlanarLowest, kFullTurn);
     if (wrapped < 0.0) wrapped += kFullTurn;
     return wrapped + kPlanarLowest;
+}
+
+double WrapBearing(double bearing_deg) {
+    const double wrapped = std::fmod(bearing_deg, kFullTurn);
+    return wrapped < 0.0 ? wrapped + kFullTurn : wrapped;
 }
 
 double FoldFrontBack(double azimuth_deg) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kCmPerMetre = 100.0;
 // Arbitrary positions closer to a straight line than this (relative to the aperture) would be
-// solved by the library as an ill-conditioned plane or as a line along the wrong axis.
+// solved by the library as an ill-conditioned plane; the tool lays them onto one line instead.
 constexpr double kCollinearTolerance = 1e-6;
 
 // Larger than any array the library can handle at any rate (its delay search spans less than
@@ -90,31 +90,6 @@ bool AllOnOneLine(const MicPositions& p) {
     return true;
 }
 
-bool AllOnOneRow(const MicPositions& p) {
-    return std::all_of(p.begin(), p.end(), [&](const Vec2& q) { return q.y == p[0].y; });
-}
-
-// The library solves a line of microphones from the x components of the pair vectors alone.
-void RequireSolvableLine(const MicPositions& p) {
-    if (AllOnOneLine(p) && !AllOnOneRow(p)) {
-        throw UsageError("--array: the four microphones lie on one line that is not the x axis; "
-                         "the library solves a line only along x, so give them all the same y");
-    }
-}
-
-// A pair whose second microphone lies at a smaller x than microphone 0 gets a negative delay
-// bound in the library, and then almost every frame of that pair is rejected.
-void RequireMicrophoneZeroLeftmost(const MicPositions& p) {
-    for (int i = 1; i < EZOSSL_MIC_NUM; ++i) {
-        if (p[i].x < p[0].x) {
-            throw UsageError("--array: microphone " + std::to_string(i) + " at " + PointText(p[i]) +
-                             " cm lies left of microphone 0 at " + PointText(p[0]) +
-                             " cm, and the library then finds no direction; number the microphones so that "
-                             "microphone 0 has the smallest x (reorder --array and --map alike)");
-        }
-    }
-}
-
 ArrayDescription ParsePositions(const std::string& text, std::optional<double> distance_cm) {
     const std::vector<double> numbers = ParseNumbers(text);
     if (numbers.size() != 2 * EZOSSL_MIC_NUM) {
@@ -133,8 +108,6 @@ ArrayDescription ParsePositions(const std::string& text, std::optional<double> d
                          " cm apart, far larger than any array the library handles; positions are in cm");
     }
     RequireDistinctPositions(array.positions_cm);
-    RequireSolvableLine(array.positions_cm);
-    RequireMicrophoneZeroLeftmost(array.positions_cm);
     return array;
 }
 
@@ -184,7 +157,7 @@ MicPositions MicrophonePositionsM(const ArrayDescription& array) {
 
 bool IsLinear(const ArrayDescription& array) {
     return array.kind == ArrayKind::kLinear ||
-           (array.kind == ArrayKind::kArbitrary && AllOnOneRow(array.positions_cm));
+           (array.kind == ArrayKind::kArbitrary && AllOnOneLine(array.positions_cm));
 }
 
 double InitDistanceCm(const ArrayDescription& array) {

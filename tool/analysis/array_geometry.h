@@ -24,7 +24,8 @@ ArrayDescription ParseArray(const std::string& text, std::optional<double> dista
 // Microphone positions in metres, centred on the array (the library's own placement).
 MicPositions MicrophonePositionsM(const ArrayDescription& array);
 
-// True when the library solves this array as a line and reports angles in [-90, 90].
+// True when the four microphones lie on one line, in any direction: the library then solves a
+// line and cannot tell one side of it from the other.
 bool IsLinear(const ArrayDescription& array);
 
 // The distance to hand to the library's init record, in cm.

@@ -81,7 +81,7 @@ void RequireArrayFitsRate(const ArrayDescription& array, uint32_t sample_rate, d
     if (!IsLinear(array) && width_m < sample_m) {
         throw UsageError("--array: the microphones lie within " + Rounded(width_m * kCmPerMetre) + " cm of one line, " +
                          one_sample + ", so directions across it cannot be told apart; move them at least " +
-                         FormatFixed(sample_m * kCmPerMetre, 2) + " cm off the line, or give all four the same y "
+                         FormatFixed(sample_m * kCmPerMetre, 2) + " cm off the line, or put all four on one line "
                          "for a linear array");
     }
     const double span = ApertureM(array) / sample_m;

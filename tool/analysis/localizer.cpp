@@ -35,14 +35,17 @@ double Localization::DurationSeconds() const { return double(frame_count) * EZOS
 
 namespace {
 
-void ClosePeriod(SslSession& session, std::optional<SrpSession>& srp, PeriodResult& period, Localization& result,
-                 ResultSink& sink, bool keep_periods) {
+void ClosePeriod(SslSession& session, std::optional<SrpSession>& srp, PeriodTracker& tracker, PeriodResult& period,
+                 Localization& result, ResultSink& sink, bool keep_periods) {
     period.direction = session.CloseVotingPeriod();
+    period.trust = tracker.Close(period.direction);
     if (srp) period.srp = srp->ClosePeriod();
     result.last_period = period;
     ++result.period_count;
+    result.held_periods += period.trust.held;
     for (const bool srp_method : ShownMethods(result.method)) {
-        const MethodAnswer answer = AnswerOf(period, srp_method);
+        // The library's own answer: held directions are counted apart.
+        const MethodAnswer answer = LibraryAnswerOf(period, srp_method);
         MethodTally& tally = result.tallies[srp_method];
         tally.with_direction += answer.degrees.has_value();
         ++tally.status_counts[answer.status];
@@ -59,6 +62,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
     // The specified library always runs: it applies the gain and checks the settings; the SRP
     // library runs beside it on the same (gained) blocks when the method asks for it.
     SslSession session(settings);
+    PeriodTracker tracker(options.steadying);
     std::optional<SrpSession> srp;
     if (RunsSrp(options.method)) srp.emplace(settings);
     Progress progress(options.progress_label, source.TotalInstants(), source.SampleRate());
@@ -66,6 +70,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
     result.sample_rate = source.SampleRate();
     result.frames_per_vote = settings.frames_per_vote;
     result.method = options.method;
+    result.steadying = options.steadying;
 
     Block block;
     PeriodResult period;
@@ -75,6 +80,7 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
         frame.start_s = double(result.instants) / result.sample_rate;
         if (period.frames == 0) period.start_s = frame.start_s;
         frame.delays = session.Run(block);
+        tracker.AddFrame(block, frame.delays);
         if (srp) srp->Process(block);
         result.padded_instants = EZOSSL_POINT_NUMBER - real;
         result.clipped_samples = source.ClippedSamples();
@@ -85,10 +91,10 @@ Localization Localize(BlockSource& source, const LibrarySettings& settings, Resu
         result.instants += real;
         progress.Update(result.instants);
         if (!settings.delays_only && ++period.frames == settings.frames_per_vote) {
-            ClosePeriod(session, srp, period, result, sink, options.keep_periods);
+            ClosePeriod(session, srp, tracker, period, result, sink, options.keep_periods);
         }
     }
-    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, srp, period, result, sink, options.keep_periods);
+    if (period.frames > 0 && !settings.delays_only) ClosePeriod(session, srp, tracker, period, result, sink, options.keep_periods);
     return result;
 }
 

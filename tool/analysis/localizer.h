@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/period_trust.h"
 #include "analysis/srp_session.h"
 #include "analysis/ssl_session.h"
 #include "io/block_source.h"
@@ -34,6 +35,7 @@ struct PeriodResult {
     double start_s = 0.0;
     int frames = 0;
     PeriodDirection direction;       // the specified method's, unless it did not run
+    PeriodTrust trust;               // level, accepted shares, steadied direction
     std::optional<SrpDirection> srp; // only when the SRP ran
 
     // The instant the period's truth is taken at.
@@ -52,12 +54,14 @@ struct Localization {
     uint32_t sample_rate = 0;
     int frames_per_vote = 0;
     Method method = Method::kSpecified;
+    SteadyingOptions steadying;
     int64_t frame_count = 0;
     int64_t instants = 0;                // real sample instants read, without padding
     std::vector<PeriodResult> periods;   // empty when not kept
     int64_t period_count = 0;
     std::array<MethodTally, 2> tallies;  // the specified method's, then the SRP's
     std::optional<PeriodResult> last_period;
+    int64_t held_periods = 0;            // periods that kept an earlier direction
     int padded_instants = 0;             // zeros added to complete the last block
     int64_t clipped_samples = 0;         // input samples beyond 16 bits
     int64_t nan_samples = 0;             // input samples that were not numbers, read as 0
@@ -82,10 +86,11 @@ struct LocalizeOptions {
     std::string progress_label;   // names the work on a terminal when the input is long
     bool keep_periods = true;
     Method method = Method::kSpecified;
+    SteadyingOptions steadying;   // holding and smoothing of each period's direction
 };
 
 // Runs the whole input through one library instance, until the source ends or a stop is
-// requested; a last, shorter period is still voted.
+// requested; a last, shorter period is still voted. Each closed period also gets its trust figures.
 Localization Localize(BlockSource& source, const LibrarySettings& settings, ResultSink& sink,
                       const LocalizeOptions& options);
 

@@ -15,7 +15,7 @@ LibraryRefusal Refusal(const char* function, const std::string& status) {
 
 }  // namespace
 
-SslSession::SslSession(const LibrarySettings& settings) : gain_db_(settings.gain_db) {
+SslSession::SslSession(const LibrarySettings& settings) : mic_order_(settings.mic_order), gain_db_(settings.gain_db) {
     const uint32_t words = (EzoSsl_GetBufferSize() + sizeof(uint64_t) - 1) / sizeof(uint64_t);
     buffer_ = std::make_unique<uint64_t[]>(words);
     const SslInit init = {EZOSSL_POINT_NUMBER, settings.sample_rate,
@@ -49,6 +49,14 @@ SslSession::SslSession(const LibrarySettings& settings) : gain_db_(settings.gain
 }
 
 PairDelays SslSession::Run(Block& block) {
+    if (mic_order_ != std::array<int, EZOSSL_MIC_NUM>{0, 1, 2, 3}) {
+        const Block given = block;
+        for (int n = 0; n < EZOSSL_POINT_NUMBER; ++n) {
+            for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
+                block[n * EZOSSL_MIC_NUM + mic] = given[n * EZOSSL_MIC_NUM + mic_order_[mic]];
+            }
+        }
+    }
     if (gain_db_) {
         CountWrappedSamples(block);
         Require(EzoSsl_ApplyDigitalGain(handle_.get(), block.data(), *gain_db_), "EzoSsl_ApplyDigitalGain");

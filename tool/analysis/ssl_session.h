@@ -22,6 +22,9 @@ struct LibrarySettings {
     int32_t frames_per_vote = kDefaultFramesPerVote;
     std::optional<int32_t> gain_db;   // applied to every block before Run when given
     bool delays_only = false;         // bf_mode 1: per-frame delays, no directions
+    // The library's microphone i is microphone mic_order[i] of the blocks Run is given: the
+    // library needs its microphone 0 leftmost, whatever the user's numbering.
+    std::array<int, EZOSSL_MIC_NUM> mic_order{0, 1, 2, 3};
 };
 
 using PairDelays = std::array<int32_t, EZOSSL_PAIR_NUM>;
@@ -37,7 +40,8 @@ class SslSession {
   public:
     explicit SslSession(const LibrarySettings& settings);
 
-    // Applies the gain (if any) to the block in place and runs one frame.
+    // Puts the block's microphones in the library's order and applies the gain (if any), both in
+    // place, and runs one frame.
     PairDelays Run(Block& block);
     // Get_Direction, then Reset_Mapping to open the next voting period.
     PeriodDirection CloseVotingPeriod();
@@ -54,6 +58,7 @@ class SslSession {
     };
     std::unique_ptr<uint64_t[]> buffer_;
     std::unique_ptr<SslHandle, FreeHandle> handle_;
+    std::array<int, EZOSSL_MIC_NUM> mic_order_;
     std::optional<int32_t> gain_db_;
     double gain_factor_ = 1.0;
     int64_t wrapped_samples_ = 0;

@@ -67,6 +67,24 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
     AddLibraryOptions(command, options.array, options.library, options.format);
 }
 
+// locate, listen and check-wiring each have these fields.
+template <typename Options>
+void AddAngleOptions(CLI::App& command, Options& options) {
+    command.add_option("--rotate", options.rotate_deg,
+                       "the array is mounted turned by DEG (counter-clockwise; clockwise with --angles compass)");
+    command.add_option("--angles", options.angles,
+                       "library (counter-clockwise from +y, -90 to 269) or compass (clockwise from the front, 0 to 359)")
+        ->capture_default_str();
+}
+
+// How directions are turned and steadied; locate and listen.
+template <typename Options>
+void AddDirectionOptions(CLI::App& command, Options& options) {
+    AddAngleOptions(command, options);
+    command.add_option("--hold", options.hold_periods, "keep the last direction through up to N periods without one");
+    command.add_option("--smooth", options.smooth_periods, "report the circular median of the last N periods");
+}
+
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
     command.add_option("OUT", options.output, "4-channel 16-bit WAV file to write")->required();
     command.add_option("--truth", options.truth, "ground-truth CSV to write (default: OUT with .truth.csv)");
@@ -99,8 +117,9 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
 struct CommandLine::Parts {
     CLI::App app{"ezossl: sound-source localisation with a four-microphone array", "ezossl"};
     bool show_library_messages = false;
-    AnalyseOptions locate, delays;
+    AnalyseOptions locate, delays, check_wiring;
     ListenOptions listen;
+    double wiring_azimuth_deg = 0.0;
     SimulateOptions simulate;
     DemoOptions demo;
     AccuracyOptions accuracy;
@@ -110,6 +129,7 @@ struct CommandLine::Parts {
     CLI::App* simulate_command = nullptr;
     CLI::App* demo_command = nullptr;
     CLI::App* accuracy_command = nullptr;
+    CLI::App* check_wiring_command = nullptr;
 };
 
 CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
@@ -123,6 +143,8 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
     parts_->locate_command->add_option("--truth", parts_->locate.truth, "truth CSV (from simulate) to compare with");
     parts_->locate_command->add_option("--plot", parts_->locate.plot, "SVG file for the direction-over-time plot");
     AddMethodOption(*parts_->locate_command, parts_->locate.method);
+    AddDirectionOptions(*parts_->locate_command, parts_->locate);
+    parts_->locate_command->add_option("--summary", parts_->locate.summary_json, "JSON file for the summary");
 
     parts_->delays_command = app.add_subcommand("delays", "per-frame delays of the three microphone pairs");
     AddAnalyseOptions(*parts_->delays_command, parts_->delays);
@@ -131,9 +153,18 @@ CommandLine::CommandLine() : parts_(std::make_unique<Parts>()) {
         app.add_subcommand("listen", "directions live from an ALSA capture device, one row per voting period");
     AddListenOptions(*parts_->listen_command, parts_->listen);
     AddMethodOption(*parts_->listen_command, parts_->listen.method);
+    AddDirectionOptions(*parts_->listen_command, parts_->listen);
 
     parts_->simulate_command = app.add_subcommand("simulate", "write a 4-channel recording of a scene with known truth");
     AddSimulateOptions(*parts_->simulate_command, parts_->simulate);
+
+    parts_->check_wiring_command =
+        app.add_subcommand("check-wiring", "which channel order puts a source of known direction where it is");
+    AddAnalyseOptions(*parts_->check_wiring_command, parts_->check_wiring);
+    AddAngleOptions(*parts_->check_wiring_command, parts_->check_wiring);
+    parts_->check_wiring_command
+        ->add_option("--azimuth", parts_->wiring_azimuth_deg, "the source's true direction in the recording, degrees")
+        ->required();
 
     parts_->demo_command = app.add_subcommand("demo", "simulate a default scene, localise it and score the result");
     parts_->demo_command->add_option("--plot", parts_->demo.plot, "SVG file to write")->capture_default_str();
@@ -173,6 +204,9 @@ int CommandLine::Run() {
     if (parts_->listen_command->parsed()) return RunListen(parts_->listen);
     if (parts_->simulate_command->parsed()) return RunSimulate(parts_->simulate);
     if (parts_->accuracy_command->parsed()) return RunAccuracy(parts_->accuracy);
+    if (parts_->check_wiring_command->parsed()) {
+        return RunCheckWiring(parts_->check_wiring, parts_->wiring_azimuth_deg);
+    }
     return RunDemo(parts_->demo);
 }
 

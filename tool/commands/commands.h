@@ -25,6 +25,11 @@ struct AnalyseOptions {
     std::optional<std::string> truth;   // locate only
     std::optional<std::string> plot;    // locate only
     std::string method = "specified";   // locate only: specified, srp or both
+    double rotate_deg = 0.0;            // locate (and check-wiring) only, as the rest
+    std::string angles = "library";
+    int hold_periods = 0;
+    int smooth_periods = 1;
+    std::optional<std::string> summary_json;
 };
 
 // listen: a capture device instead of a recording, the same library options as locate.
@@ -34,6 +39,10 @@ struct ListenOptions {
     LibraryOptions library;
     std::string format = "table";
     std::string method = "specified";
+    double rotate_deg = 0.0;
+    std::string angles = "library";
+    int hold_periods = 0;
+    int smooth_periods = 1;
 };
 
 struct SimulateOptions {
@@ -74,5 +83,8 @@ int RunListen(const ListenOptions& options);
 int RunSimulate(const SimulateOptions& options);
 int RunDemo(const DemoOptions& options);
 int RunAccuracy(const AccuracyOptions& options);
+// Tries every order of the four microphone channels (and the mirrored board) on a recording of
+// a source at azimuth_deg and ranks them.
+int RunCheckWiring(const AnalyseOptions& options, double azimuth_deg);
 
 }  // namespace ezossl_tool

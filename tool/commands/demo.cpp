@@ -66,7 +66,8 @@ int RunDemo(const DemoOptions& options) {
     LibrarySettings settings;
     settings.array = setup.array;
     settings.sample_rate = setup.sample_rate;
-    PeriodRows rows(OutputFormat::kTable, PeriodRows::Extras{&scene.truth, false, false, Method::kBoth});
+    const Orientation orientation(setup.array);
+    PeriodRows rows(OutputFormat::kTable, PeriodRows::Extras{&orientation, &scene.truth, false, Method::kBoth, {}});
     LocalizeOptions run;
     run.progress_label = "ezossl demo";
     run.method = Method::kBoth;
@@ -75,12 +76,13 @@ int RunDemo(const DemoOptions& options) {
     DirectionPlot plot;
     plot.title = "ezossl demo: " + Describe(setup.array) + ", " + std::to_string(setup.sample_rate) +
                  " Hz, RT60 " + FormatNumber(kRt60) + " s, SNR " + FormatNumber(kSnrDb) + " dB";
+    plot.orientation = &orientation;
     plot.localization = &localization;
     plot.truth = &scene.truth;
     plot_file.WriteText(RenderDirectionPlot(plot));
     plot_file.Commit();
 
-    std::vector<std::string> summary = SummaryLines(localization, &scene.truth, false);
+    std::vector<std::string> summary = SummaryLines(localization, &scene.truth, orientation);
     summary.push_back("plot: " + options.plot);
     WriteSummary(OutputFormat::kTable, summary);
     return kExitOk;

@@ -13,8 +13,11 @@ namespace ezossl_tool {
 int RunListen(const ListenOptions& options) {
     const OutputFormat format = ParseOutputFormat(options.format);
     const Method method = ParseMethod(options.method, options.library.bf_mode == 1);
+    const SteadyingOptions steadying = MakeSteadyingOptions(options.hold_periods, options.smooth_periods);
     const ArrayDescription array = ParseArray(options.array.array, options.array.distance_cm);
-    const LibrarySettings settings = MakeLibrarySettings(options.library, array, options.capture.rate);
+    const Orientation orientation(array, options.rotate_deg, ParseAngleConvention(options.angles));
+    LibrarySettings settings = MakeLibrarySettings(options.library, orientation.LibraryArray(), options.capture.rate);
+    settings.mic_order = orientation.Order();
     const std::unique_ptr<BlockSource> source = OpenCapture(options.capture);
     // From here on Ctrl-C ends the capture: the current period is voted and the summary printed.
     CatchStopSignals();
@@ -23,15 +26,16 @@ int RunListen(const ListenOptions& options) {
     if (settings.delays_only) {
         rows = std::make_unique<FrameRows>(format);
     } else {
-        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{nullptr, IsLinear(array), true, method});
+        rows = std::make_unique<PeriodRows>(format, PeriodRows::Extras{&orientation, nullptr, true, method, steadying});
     }
     LocalizeOptions run;
     run.keep_periods = false;   // a capture may run for days
     run.method = method;
+    run.steadying = steadying;
     const Localization localization = Localize(*source, settings, *rows, run);
 
     std::vector<std::string> summary =
-        settings.delays_only ? InputNotes(localization) : SummaryLines(localization, nullptr, IsLinear(array));
+        settings.delays_only ? InputNotes(localization) : SummaryLines(localization, nullptr, orientation);
     const double captured_s = double(localization.instants) / localization.sample_rate;
     summary.insert(summary.begin(), "captured " + FormatFixed(captured_s, 3) + " s from \"" + options.capture.device +
                                         "\", overruns: " + std::to_string(localization.overruns));

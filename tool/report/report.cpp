@@ -21,6 +21,7 @@ constexpr size_t kFrameSecondsWidth = 10;
 constexpr int kSrpDegreesDecimals = 1;  // the SRP refines its peak between the 1 degree steps
 constexpr int kConfidenceDecimals = 2;
 constexpr int kLevelDecimals = 1;
+constexpr int kShareDecimals = 2;
 
 Cell Seconds(double seconds, int decimals) { return Cell::Number(FormatFixed(seconds, decimals)); }
 
@@ -36,10 +37,15 @@ std::vector<Column> PeriodColumns(const PeriodRows::Extras& extras) {
         const std::string prefix = both && srp ? "srp_" : "";
         columns.insert(columns.end(), {{prefix + "status", status_width, true}, {prefix + "direction_deg"}});
         if (srp) columns.insert(columns.end(), {{prefix + "confidence"}, {prefix + "level_dbfs"}});
+        if (!srp && extras.steadying.hold_periods > 0) columns.push_back({"held"});
+        if (!srp && extras.steadying.Steadies()) columns.push_back({"raw_deg"});
     }
     if (extras.truth) {
         columns.insert(columns.end(), {{"truth_deg"}, {"error_deg"}});
         if (both) columns.push_back({"srp_error_deg"});
+    }
+    if (!methods.front()) {
+        columns.insert(columns.end(), {{"level_dbfs"}, {"accepted_01"}, {"accepted_02"}, {"accepted_03"}});
     }
     if (extras.overruns) columns.push_back({"overruns"});
     return columns;
@@ -50,8 +56,8 @@ std::vector<Column> FrameColumns() {
 }
 
 // The status, direction and (for the SRP) confidence and level cells of one method.
-void AppendAnswer(std::vector<Cell>& row, const PeriodResult& period, bool srp) {
-    const MethodAnswer answer = AnswerOf(period, srp);
+void AppendAnswer(std::vector<Cell>& row, const PeriodResult& period, const Orientation& orientation, bool srp) {
+    const MethodAnswer answer = AnswerOf(period, orientation, srp);
     row.push_back(Cell::Text(answer.status));
     if (!srp) {
         row.push_back(answer.degrees ? Integer(std::lround(*answer.degrees)) : Cell::Empty());
@@ -68,17 +74,30 @@ PeriodRows::PeriodRows(OutputFormat format, const Extras& extras)
     : extras_(extras), writer_(Console::Out(), format, PeriodColumns(extras)) {}
 
 void PeriodRows::OnPeriod(const PeriodResult& period, const Localization& so_far) {
+    const Orientation& orientation = *extras_.orientation;
+    const SteadyingOptions& steadying = extras_.steadying;
     const std::vector<bool> methods = ShownMethods(extras_.method);
     std::vector<Cell> row = {Seconds(period.start_s, kPeriodSecondsDecimals)};
-    for (const bool srp : methods) AppendAnswer(row, period, srp);
+    for (const bool srp : methods) {
+        AppendAnswer(row, period, orientation, srp);
+        if (!srp && steadying.hold_periods > 0) row.push_back(Integer(period.trust.held));
+        if (!srp && steadying.Steadies()) {
+            const auto& raw = period.direction.degrees;
+            row.push_back(raw ? Integer(orientation.Report(*raw)) : Cell::Empty());
+        }
+    }
     if (extras_.truth) {
         for (size_t m = 0; m < methods.size(); ++m) {
             const PeriodTruth compared =
-                CompareWithTruth(period, so_far.sample_rate, *extras_.truth, extras_.linear, methods[m]);
+                CompareWithTruth(period, so_far.sample_rate, *extras_.truth, orientation, methods[m]);
             if (m == 0) row.push_back(Cell::Number(FormatFixed(compared.truth_deg, kErrorDecimals)));
             row.push_back(compared.error_deg ? Cell::Number(FormatFixed(*compared.error_deg, kErrorDecimals))
                                              : Cell::Empty());
         }
+    }
+    if (!methods.front()) {
+        row.push_back(Cell::Number(FormatFixed(period.trust.level_dbfs, kLevelDecimals)));
+        for (const double share : period.trust.accepted) row.push_back(Cell::Number(FormatFixed(share, kShareDecimals)));
     }
     if (extras_.overruns) row.push_back(Integer(so_far.overruns));
     writer_.Write(row);

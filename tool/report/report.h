@@ -5,21 +5,25 @@
 #include <vector>
 
 #include "analysis/localizer.h"
+#include "analysis/orientation.h"
 #include "analysis/truth_track.h"
 #include "report/result_table.h"
 
 namespace ezossl_tool {
 
-// One row per closed period: start_s, status, direction_deg (the SRP adds confidence and
-// level_dbfs; with both methods its columns follow with the prefix srp_); with a truth also
-// truth_deg and error_deg (and srp_error_deg); from a capture device also the overruns so far.
+// One row per closed period: start_s, status, direction_deg (as reported; the SRP adds
+// confidence and level_dbfs); held and raw_deg when held or smoothed; with a truth also
+// truth_deg and error_deg; then, for the specified method, level_dbfs and the pairs' accepted
+// shares; from a capture device also the overruns so far. Both methods: the SRP's columns
+// follow with the prefix srp_.
 class PeriodRows : public ResultSink {
   public:
     struct Extras {
+        const Orientation* orientation = nullptr;   // required: the frame and angles reported in
         const TruthTrack* truth = nullptr;
-        bool linear = false;       // the truth folded as a line reports it
         bool overruns = false;
         Method method = Method::kSpecified;
+        SteadyingOptions steadying;
     };
     PeriodRows(OutputFormat format, const Extras& extras);
     void OnPeriod(const PeriodResult& period, const Localization& so_far) override;

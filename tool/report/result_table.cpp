@@ -15,6 +15,14 @@ namespace {
 
 constexpr const char* kColumnGap = "  ";
 
+// A field holding a comma or a quote is quoted, its quotes doubled (the map 4,1,2,3 is one field).
+std::string CsvField(const std::string& text) {
+    if (text.find_first_of(",\"\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
+
 cJSON* JsonValue(const Cell& cell) {
     switch (cell.kind) {
         case Cell::Kind::kNumber:
@@ -52,7 +60,7 @@ void RowWriter::WriteLine(const std::vector<std::string>& texts) {
     std::string line;
     for (size_t c = 0; c < texts.size(); ++c) {
         if (format_ == OutputFormat::kCsv) {
-            line += (c ? "," : "") + texts[c];
+            line += (c ? "," : "") + CsvField(texts[c]);
             continue;
         }
         const Column& column = columns_[c];

@@ -4,18 +4,20 @@
 #include <string>
 
 #include "analysis/localizer.h"
+#include "analysis/orientation.h"
 #include "analysis/truth_track.h"
 
 namespace ezossl_tool {
 
 struct DirectionPlot {
     std::string title;
-    bool linear = false;                       // y range -90..90 instead of -90..270
+    const Orientation* orientation = nullptr;  // the angles reported, and the axis they need
     const Localization* localization = nullptr;
     const TruthTrack* truth = nullptr;         // optional
 };
 
-// A self-contained SVG document.
+// A self-contained SVG document: directions over time (held ones hollow), below the angle axis a
+// band with one mark per status for the periods without a direction, and under it the level.
 std::string RenderDirectionPlot(const DirectionPlot& plot);
 
 }  // namespace ezossl_tool
