@@ -26,7 +26,7 @@ TEST_F(Demo, RunsScoresAndPlots) {
 TEST_F(Demo, QuickAccuracyGridScoresBothMethods) {
     // Under an emulator the grid takes minutes; the library's results there are pinned bit for
     // bit by the determinism digest, so the score cannot differ from the native one.
-    if (std::string(EZOSSL_EMULATOR) != "") GTEST_SKIP() << "native-speed check, skipped under the emulator";
+    if (UnderEmulator()) GTEST_SKIP() << "native-speed check, skipped under the emulator";
     const RunResult result = RunOk({"accuracy", "--quick"});
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(Lines(result.out).front(), "ezossl accuracy: 2 geometries x 1 rate x 3 SNRs x 2 rooms x 2 sources x 2 "

@@ -133,7 +133,11 @@ Child ToolTest::Start(const std::vector<std::string>& args, const std::string& s
     if (pipe(input) != 0 || pipe(output) != 0) ADD_FAILURE() << "no pipes";
     const int err = open(Path(".stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int out = stdout_file.empty() ? output[1] : open(stdout_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    std::vector<std::string> argv_text = Args({EZOSSL_BINARY}, args);
+    // A cross-built tool starts through the emulator, whose command is words split by spaces.
+    std::vector<std::string> argv_text;
+    std::istringstream emulator(EZOSSL_EMULATOR);
+    for (std::string word; emulator >> word;) argv_text.push_back(word);
+    argv_text = Args(Args(argv_text, {EZOSSL_BINARY}), args);
     std::vector<char*> argv;
     for (std::string& arg : argv_text) argv.push_back(arg.data());
     argv.push_back(nullptr);

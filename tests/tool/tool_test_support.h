@@ -17,6 +17,9 @@ namespace ezossl_tool_test {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kSpeedOfSound = 346.0;   // m/s at 25 deg C, the default of every command
 
+// True in a cross build, where the tool runs under an emulator.
+inline bool UnderEmulator() { return std::string(EZOSSL_EMULATOR) != ""; }
+
 struct RunResult {
     int exit_code = -1;
     std::string out;
