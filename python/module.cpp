@@ -77,7 +77,7 @@ Method ParseMethod(const std::string& name) {
     return method;
 }
 
-ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) {
+LibrarySetup SetupFor(const Options& options, uint32_t rate) {
     if (!ezossl_tool::IsSupportedRate(rate)) {
         throw py::value_error("rate must be " + ezossl_tool::SupportedRatesText() + ", got " + std::to_string(rate));
     }
@@ -87,14 +87,17 @@ ezossl_tool::LibrarySettings SettingsFor(const Options& options, uint32_t rate) 
     library.temperature_c = options.temperature;
     library.threshold_db = options.threshold_db;
     library.frames_per_vote = options.frames_per_vote;
-    return ezossl_tool::MakeLibrarySettings(library, ezossl_tool::ParseArray(array_text, options.distance_cm), rate);
+    const ezossl_tool::Orientation orientation(ezossl_tool::ParseArray(array_text, options.distance_cm));
+    LibrarySetup setup{orientation, ezossl_tool::MakeLibrarySettings(library, orientation.LibraryArray(), rate)};
+    setup.settings.mic_order = orientation.Order();
+    return setup;
 }
 
 class Localizer {
   public:
-    Localizer(Options options, uint32_t rate) : options_(std::move(options)), settings_(SettingsFor(options_, rate)) {
+    Localizer(Options options, uint32_t rate) : options_(std::move(options)), setup_(SetupFor(options_, rate)) {
         stream_ = CallLibrary(options_.verbose,
-                              [&] { return std::make_unique<StreamLocalizer>(settings_, options_.method); });
+                              [&] { return std::make_unique<StreamLocalizer>(setup_, options_.method); });
     }
 
     py::array Process(const py::handle& samples) {
@@ -115,7 +118,7 @@ class Localizer {
         int64_t clipped = 0;
         const std::vector<int16_t> interleaved = InterleavedInt16(samples, clipped);
         return FrameArray(CallLibrary(options_.verbose, [&] {
-            StreamLocalizer fresh(settings_, Method::kSpecified);
+            StreamLocalizer fresh(setup_, Method::kSpecified);
             fresh.KeepFrames();
             fresh.Process(interleaved.data(), interleaved.size() / EZOSSL_MIC_NUM);
             fresh.Flush();
@@ -125,12 +128,12 @@ class Localizer {
 
     int64_t ClippedSamples() const { return clipped_; }
     double PeriodSeconds() const {
-        return double(settings_.frames_per_vote) * EZOSSL_POINT_NUMBER / settings_.sample_rate;
+        return double(setup_.settings.frames_per_vote) * EZOSSL_POINT_NUMBER / setup_.settings.sample_rate;
     }
 
   private:
     Options options_;
-    ezossl_tool::LibrarySettings settings_;
+    LibrarySetup setup_;
     std::unique_ptr<StreamLocalizer> stream_;
     int64_t clipped_ = 0;
 };
@@ -140,11 +143,11 @@ py::array Locate(const std::string& path, Options options, std::optional<std::st
     input.path = path;
     input.map = std::move(map);
     std::unique_ptr<ezossl_tool::BlockSource> source = ezossl_tool::OpenRecording(input);
-    const ezossl_tool::LibrarySettings settings = SettingsFor(options, source->SampleRate());
+    const LibrarySetup setup = SetupFor(options, source->SampleRate());
     return PeriodArray(
         CallLibrary(options.verbose,
                     [&] {
-                        StreamLocalizer stream(settings, options.method);
+                        StreamLocalizer stream(setup, options.method);
                         std::vector<PeriodRow> periods;
                         ezossl_tool::Block block;
                         for (int real = source->NextBlock(block); real > 0; real = source->NextBlock(block)) {

@@ -15,12 +15,15 @@ constexpr size_t kBlock = EZOSSL_POINT_NUMBER;
 
 }  // namespace
 
-StreamLocalizer::StreamLocalizer(const ezossl_tool::LibrarySettings& settings, ezossl_tool::Method method)
-    : sample_rate_(settings.sample_rate), frames_per_vote_(settings.frames_per_vote) {
+StreamLocalizer::StreamLocalizer(const LibrarySetup& setup, ezossl_tool::Method method)
+    : orientation_(setup.orientation),
+      mic_order_(setup.settings.mic_order),
+      sample_rate_(setup.settings.sample_rate),
+      frames_per_vote_(setup.settings.frames_per_vote) {
     if (method == ezossl_tool::Method::kSrp) {
-        srp_.emplace(settings);
+        srp_.emplace(setup.settings);
     } else {
-        specified_.emplace(settings);
+        specified_.emplace(setup.settings);
     }
 }
 
@@ -51,7 +54,15 @@ std::vector<FrameRow> StreamLocalizer::TakeFrames() { return std::move(frames_);
 
 void StreamLocalizer::RunBlock(std::vector<PeriodRow>& periods) {
     if (srp_) {
-        srp_->Process(pending_);
+        // The specified session puts the channels in the library's order itself; here it is done
+        // by hand, so that both libraries see the same array.
+        ezossl_tool::Block block;
+        for (size_t n = 0; n < kBlock; ++n) {
+            for (int mic = 0; mic < EZOSSL_MIC_NUM; ++mic) {
+                block[n * EZOSSL_MIC_NUM + mic] = pending_[n * EZOSSL_MIC_NUM + mic_order_[mic]];
+            }
+        }
+        srp_->Process(block);
     } else {
         const ezossl_tool::PairDelays delays = specified_->Run(pending_);
         if (keep_frames_) KeepFrame(delays);
@@ -76,13 +87,13 @@ void StreamLocalizer::ClosePeriod(std::vector<PeriodRow>& periods) {
     if (srp_) {
         const ezossl_tool::SrpDirection srp = srp_->ClosePeriod();
         row.status = ezossl_tool::SrpStatusName(srp.status);
-        row.direction_deg = srp.degrees.value_or(kNaN);
+        row.direction_deg = srp.degrees ? orientation_.ReportExact(*srp.degrees) : kNaN;
         row.confidence = srp.confidence;
         row.level_dbfs = srp.level_dbfs;
     } else {
         const ezossl_tool::PeriodDirection direction = specified_->CloseVotingPeriod();
         row.status = ezossl_tool::StatusName(direction.status);
-        row.direction_deg = direction.degrees ? *direction.degrees : kNaN;
+        row.direction_deg = direction.degrees ? orientation_.Report(*direction.degrees) : kNaN;
         row.confidence = row.level_dbfs = kNaN;
     }
     periods.push_back(row);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis/localizer.h"
+#include "analysis/orientation.h"
 #include "analysis/srp_session.h"
 #include "analysis/ssl_session.h"
 #include "io/block_source.h"
@@ -29,12 +30,20 @@ struct FrameRow {
     std::array<double, EZOSSL_PAIR_NUM> delays{};  // whole samples; NaN when the pair was rejected
 };
 
+// What the library is told, as the tool tells it: the array renumbered and turned so that its
+// microphone 0 is leftmost (a line along x), and the order in which the channels reach it.
+struct LibrarySetup {
+    ezossl_tool::Orientation orientation;
+    ezossl_tool::LibrarySettings settings;
+};
+
 // One library instance fed block by block. Instants that do not fill a block wait for the next
 // call, and a period closes after frames_per_vote blocks, exactly as the tool's voting loop.
 class StreamLocalizer {
   public:
     // method: kSpecified or kSrp.
-    StreamLocalizer(const ezossl_tool::LibrarySettings& settings, ezossl_tool::Method method);
+    // Directions come back in the user's frame.
+    StreamLocalizer(const LibrarySetup& setup, ezossl_tool::Method method);
 
     // interleaved holds instants x 4 samples; returns the periods these instants complete.
     std::vector<PeriodRow> Process(const int16_t* interleaved, size_t instants);
@@ -53,6 +62,8 @@ class StreamLocalizer {
 
     std::optional<ezossl_tool::SslSession> specified_;
     std::optional<ezossl_tool::SrpSession> srp_;
+    ezossl_tool::Orientation orientation_;
+    std::array<int, EZOSSL_MIC_NUM> mic_order_;
     uint32_t sample_rate_;
     int frames_per_vote_;
     ezossl_tool::Block pending_{};

@@ -10,8 +10,9 @@ import ezossl
 from conftest import TOOL, UCA, UCA_ARGS, read_wav, rows, simulate, tool_rows
 
 METHODS = ["specified", "srp"]
-SQUARE_ARGS = ["--array", "0,0 5,1 4,5 1,4"]
-SQUARE = dict(array=[(0, 0), (5, 1), (4, 5), (1, 4)])
+# Numbered from its right corner: the module renumbers it for the library as the tool does.
+SQUARE_ARGS = ["--array", "5,1 0,0 1,4 4,5"]
+SQUARE = dict(array=[(5, 1), (0, 0), (1, 4), (4, 5)])
 ULA = dict(array="ula", distance_cm=4)
 # Two microphones that differ in double precision but not in the library's floats.
 FLOAT_COINCIDENT = dict(array=[(0, 0), (4, 0), (4, 4), (4, 4.0000001)])
