@@ -118,7 +118,7 @@ int RunAccuracy(const AccuracyOptions& options) {
     std::fprintf(out, "%-16s %7s | %-27s | %-27s | %s\n", "", "", "specified (GCC-PHAT voting)", "SRP-PHAT, all six pairs",
                  "where specified answers");
     std::fprintf(out, "%-16s %7s | %6s %6s %6s %6s | %6s %6s %6s %6s | %6s %6s\n", "row", "periods", "dir %",
-                 "MAE", "<=10", "<=22.5", "dir %", "MAE", "<=10", "<=22.5", "spec", "SRP");
+                 "MAE", "<=10", "<=22.5", "dir %", "MAE", "<=10", "<=22.5", "voting", "SRP");
     RowScore overall;
     for (const GridPeriod& p : periods) overall.Add(p);
     PrintRow(out, "overall", overall);
