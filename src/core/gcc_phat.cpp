@@ -11,7 +11,6 @@ namespace ezossl {
 namespace {
 
 constexpr float kNoCandidateYet = 1e9f;
-constexpr double kRejectedRatio = -1.0;
 
 // A peak further out than the pair's bound plus the margin cannot be a direct path.
 bool PeakInRange(int32_t bound, int32_t lag) { return lag >= -kDelayMargin - bound && lag <= bound + kDelayMargin; }
@@ -63,22 +62,35 @@ void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, FftState& 
         floor[lane] = extremes.min_value[lane];
         any_measured = any_measured || measured[p];
     }
-    // The peak-to-mean ratio of the correlation lifted to a zero minimum.
-    float lifted_sum[kFftLanes] = {};
-    if (any_measured) Correlation_ShiftedSums(plan, floor, lifted_sum);
+    // The peak-to-mean ratio of the correlation lifted to a zero minimum, tested against its
+    // threshold. The lifted sum is a float running sum whose order fixes its last bits; a larger
+    // sum can only lower the ratio, so when its bounds agree on the outcome the exact sum is not
+    // needed, and it is summed in order only when they do not.
+    float sum_low[kFftLanes] = {}, sum_high[kFftLanes] = {}, exact_sum[kFftLanes] = {};
+    bool exact_summed = false;
+    if (any_measured) Correlation_LiftedSumBounds(plan, floor, sum_low, sum_high);
+    const auto below_threshold = [&](int lane, float lifted_sum) {
+        const float mean = lifted_sum / static_cast<float>(kFrameLength);
+        const double ratio = (extremes.max_value[lane] - floor[lane]) / mean;
+        return ratio < kMinPeakToMean;
+    };
 
     for (int p = 0; p < kPairNum; ++p) {
         const int lane = PairLane(p);
-        double ratio = kRejectedRatio;
+        bool rejected = !measured[p];
         if (measured[p]) {
-            const float mean = lifted_sum[lane] / static_cast<float>(kFrameLength);
-            ratio = (extremes.max_value[lane] - floor[lane]) / mean;
+            rejected = below_threshold(lane, sum_high[lane]);
+            if (rejected != below_threshold(lane, sum_low[lane])) {
+                if (!exact_summed) Correlation_ShiftedSums(plan, floor, exact_sum);
+                exact_summed = true;
+                rejected = below_threshold(lane, exact_sum[lane]);
+            }
         } else {
             lag[p] = 0;
         }
         // The nearest candidate is looked up for every frame, rejected ones included.
         const int candidate = NearestCandidate(voting.candidate_delay[p], lag[p]);
-        if (ratio < kMinPeakToMean) {
+        if (rejected) {
             CountVote(&voting.vote_count[p][kRejectBin]);
             delay_sample[p] = kDelayRejected;
             continue;

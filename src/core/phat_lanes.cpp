@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "../common/simd4.h"
 #include "gcc_phat_internal.h"
 
 namespace ezossl {
@@ -46,61 +47,14 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
     }
 }
 
-// The first maximum and minimum of each lane over the indices it sees in increasing order,
-// for two neighbouring sample pairs at once: 16 entries, entry e is lane e % 4 of sample
-// 2 (e / 8) + (e / 4) % 2 counted from the first sample of the two pairs. The selections are
-// bit masks over one flat loop, so they vectorise without branches.
-constexpr int kChainEntries = 4 * kFftLanes;
-
-struct ExtremeChain {
-    float max_value[kChainEntries], min_value[kChainEntries];
-    int32_t max_index[kChainEntries], min_index[kChainEntries];
-    int32_t offset[kChainEntries];
-
-    static int32_t Select(int32_t mask, int32_t yes, int32_t no) { return (yes & mask) | (no & ~mask); }
-    static float Select(int32_t mask, float yes, float no) {
-        int32_t y, n;
-        std::memcpy(&y, &yes, sizeof(y));
-        std::memcpy(&n, &no, sizeof(n));
-        const int32_t bits = Select(mask, y, n);
-        float out;
-        std::memcpy(&out, &bits, sizeof(out));
-        return out;
-    }
-    // v: the two pairs' 16 floats as they lie in memory; j: the index of their first sample.
-    void Start(const float* v, int32_t j) {
-        for (int e = 0; e < kChainEntries; ++e) {
-            offset[e] = 2 * (e / (2 * kFftLanes)) + e / kFftLanes % 2;
-            max_value[e] = min_value[e] = v[e];
-            max_index[e] = min_index[e] = j + offset[e];
-        }
-    }
-    void See(const float* v, int32_t j) {
-        for (int e = 0; e < kChainEntries; ++e) {
-            const int32_t higher = -static_cast<int32_t>(v[e] > max_value[e]);
-            const int32_t lower = -static_cast<int32_t>(v[e] < min_value[e]);
-            const int32_t index = j + offset[e];
-            max_value[e] = Select(higher, v[e], max_value[e]);
-            max_index[e] = Select(higher, index, max_index[e]);
-            min_value[e] = Select(lower, v[e], min_value[e]);
-            min_index[e] = Select(lower, index, min_index[e]);
-        }
-    }
-};
-
-// Folds the extreme at entry `from` into the result of lane l: the better value wins, equal
-// values the lower index.
-void Fold(const ExtremeChain& chain, int from, int l, PairExtremes* out) {
-    const float high = chain.max_value[from], low = chain.min_value[from];
-    if (high > out->max_value[l] || (high == out->max_value[l] && chain.max_index[from] < out->max_index[l])) {
-        out->max_value[l] = high;
-        out->max_index[l] = chain.max_index[from];
-    }
-    if (low < out->min_value[l] || (low == out->min_value[l] && chain.min_index[from] < out->min_index[l])) {
-        out->min_value[l] = low;
-        out->min_index[l] = chain.min_index[from];
-    }
+F4 Load(const float* p) {
+    F4 v;
+    std::memcpy(&v, p, sizeof(v));
+    return v;
 }
+
+// Correlation index j of every lane, as Correlation_At reads it: pair m holds indices 2m, 2m + 1.
+const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; }
 
 }  // namespace
 
@@ -127,23 +81,67 @@ void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
     RealFft_InverseTransform(plan);
 }
 
-// One chain over neighbouring sample pairs, each step tracking four samples of every lane:
-// sixteen sequences with no dependency on one another. Merging them with the lower index
-// winning ties gives the first extreme of the whole sequence. Index j = 2m + s is sample s of
-// pair n = m + 64 (mod 128): lag j - 128; pairs m and m + 1 (m even) lie next to each other.
+// Two passes instead of one serial search: the extreme values first, four independent running
+// maxima and minima per lane; then the first index holding each, in index order, stopping as
+// soon as every lane has both. Equal values (both zeros included) count as the same, so the
+// index found is the one a serial search with strict comparisons keeps, and the value reported
+// is the one stored there, with its sign.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     const FftLanes* data = plan->data;
-    const auto pairs = [&](int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize].re; };
-    ExtremeChain chain;
-    chain.Start(pairs(0), 0);
-    for (int m = 2; m < kHalfFftSize; m += 2) chain.See(pairs(m), 2 * m);
+    F4 high[2] = {Load(data[0].re), Load(data[0].im)};
+    F4 low[2] = {high[0], high[1]};
+    for (int n = 1; n < kHalfFftSize; ++n) {
+        const F4 re = Load(data[n].re), im = Load(data[n].im);
+        high[0] = Max(high[0], re), high[1] = Max(high[1], im);
+        low[0] = Min(low[0], re), low[1] = Min(low[1], im);
+    }
+    const F4 max_value = Max(high[0], high[1]), min_value = Min(low[0], low[1]);
+
     PairExtremes extremes;
-    for (int l = 0; l < kFftLanes; ++l) {
-        extremes.max_value[l] = extremes.min_value[l] = chain.max_value[l];
-        extremes.max_index[l] = extremes.min_index[l] = kRealFftSize;
-        for (int from = l; from < kChainEntries; from += kFftLanes) Fold(chain, from, l, &extremes);
+    I4 max_pending = I4{} == 0, min_pending = max_pending;
+    for (int m = 0; m < kHalfFftSize && AnyLane(max_pending | min_pending); ++m) {
+        const FftLanes& pair = CorrelationPair(data, m);
+        const F4 re = Load(pair.re), im = Load(pair.im);
+        const I4 max_hit = ((re == max_value) | (im == max_value)) & max_pending;
+        const I4 min_hit = ((re == min_value) | (im == min_value)) & min_pending;
+        if (!AnyLane(max_hit | min_hit)) continue;
+        for (int l = 0; l < kFftLanes; ++l) {
+            if (max_hit[l]) {
+                const bool first = pair.re[l] == max_value[l];
+                extremes.max_index[l] = first ? 2 * m : 2 * m + 1;
+                extremes.max_value[l] = first ? pair.re[l] : pair.im[l];
+            }
+            if (min_hit[l]) {
+                const bool first = pair.re[l] == min_value[l];
+                extremes.min_index[l] = first ? 2 * m : 2 * m + 1;
+                extremes.min_value[l] = first ? pair.re[l] : pair.im[l];
+            }
+        }
+        max_pending &= ~max_hit;
+        min_pending &= ~min_hit;
     }
     return extremes;
+}
+
+// Sum of nonnegative terms: in any order the result lies within 255 u (u = 2^-24) of the exact
+// sum of the rounded terms, so the serial sum is within 2 * 255 u of this one; the bounds are
+// widened by far more than that, and by the rounding of their own products.
+void Correlation_LiftedSumBounds(const RealFftPlan* plan, const float floor[kFftLanes], float low[kFftLanes],
+                                 float high[kFftLanes]) {
+    const F4 lift = Load(floor);
+    F4 total[4] = {};
+    for (int n = 0; n < kHalfFftSize; n += 2) {
+        total[0] += Load(plan->data[n].re) - lift;
+        total[1] += Load(plan->data[n].im) - lift;
+        total[2] += Load(plan->data[n + 1].re) - lift;
+        total[3] += Load(plan->data[n + 1].im) - lift;
+    }
+    const F4 sum = (total[0] + total[1]) + (total[2] + total[3]);
+    constexpr double kMargin = 1e-4;
+    for (int l = 0; l < kFftLanes; ++l) {
+        low[l] = static_cast<float>(static_cast<double>(sum[l]) * (1.0 - kMargin));
+        high[l] = static_cast<float>(static_cast<double>(sum[l]) * (1.0 + kMargin));
+    }
 }
 
 void Correlation_ShiftedSums(const RealFftPlan* plan, const float floor[kFftLanes], float sum[kFftLanes]) {

@@ -31,8 +31,14 @@ inline const float* Correlation_At(const RealFftPlan* plan, int j) {
     return j % 2 ? pair.im : pair.re;
 }
 
-// First maximum and minimum of every lane's correlation, without a serial search.
+// First maximum and minimum of every lane's correlation (the lowest index among equal values),
+// without a serial search.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan);
+
+// Per lane, bounds on what Correlation_ShiftedSums returns, from a sum in any order: enough to
+// decide a threshold test on it in all but the rarest frames, at a fraction of the cost.
+void Correlation_LiftedSumBounds(const RealFftPlan* plan, const float floor[kFftLanes], float low[kFftLanes],
+                                 float high[kFftLanes]);
 
 // Per lane: the sum over j = 0..255, in that order, of correlation[j] - floor[lane], in float.
 // The single-precision running sum has to keep its order to give the same mean every time.
