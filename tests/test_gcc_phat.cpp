@@ -20,7 +20,7 @@ namespace {
 
 // Writes value v at correlation index j of every lane.
 void SetCorrelation(ezossl::RealFftPlan* plan, int j, float v) {
-    for (int l = 0; l < ezossl::kFftLanes; ++l) const_cast<float*>(ezossl::Correlation_At(plan, j))[l] = v;
+    for (int l = 0; l < ezossl::kFftLanes; ++l) const_cast<ezossl::F4&>(ezossl::Correlation_At(plan, j))[l] = v;
 }
 
 TEST(CorrelationKernels, ExtremesKeepTheFirstOfEqualValues) {

@@ -1,76 +1,39 @@
 // Complex arithmetic on four lanes at once: the building blocks of the real FFT.
 #pragma once
 
+#include "simd4.h"
+
 namespace ezossl {
 
 constexpr int kFftLanes = 4;  // transforms computed together
 
 // One complex value of each of the four transforms. The lanes are the vector width: every
-// operation below is one vector operation on SSE2 and NEON (four scalar ones elsewhere), and
-// each lane goes through exactly the operations a transform of its own would, so the lanes
-// never affect each other's rounding.
+// operation below is one vector operation per part on SSE2 and NEON (four scalar ones
+// elsewhere), and each lane goes through exactly the operations a transform of its own would,
+// so the lanes never affect each other's rounding.
 struct FftLanes {
-    float re[kFftLanes];
-    float im[kFftLanes];
+    F4 re;
+    F4 im;
 };
 
-inline FftLanes Add(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] + b.re[l];
-        r.im[l] = a.im[l] + b.im[l];
-    }
-    return r;
-}
-
-inline FftLanes Sub(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] - b.re[l];
-        r.im[l] = a.im[l] - b.im[l];
-    }
-    return r;
-}
+inline FftLanes Add(const FftLanes& a, const FftLanes& b) { return {a.re + b.re, a.im + b.im}; }
+inline FftLanes Sub(const FftLanes& a, const FftLanes& b) { return {a.re - b.re, a.im - b.im}; }
 
 // a + i b (inverse) or a - i b (forward).
 template <bool kInverse>
 inline FftLanes AddRotated(const FftLanes& a, const FftLanes& b) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = kInverse ? a.re[l] - b.im[l] : a.re[l] + b.im[l];
-        r.im[l] = kInverse ? a.im[l] + b.re[l] : a.im[l] - b.re[l];
-    }
-    return r;
+    if (kInverse) return {a.re - b.im, a.im + b.re};
+    return {a.re + b.im, a.im - b.re};
 }
 
 // a times w (forward) or times conj(w) (inverse).
 template <bool kInverse>
 inline FftLanes Twiddle(const FftLanes& a, const float* w) {
-    const float c = w[0], s = kInverse ? -w[1] : w[1];
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] * c - a.im[l] * s;
-        r.im[l] = a.re[l] * s + a.im[l] * c;
-    }
-    return r;
+    const F4 c = Splat(w[0]), s = Splat(kInverse ? -w[1] : w[1]);
+    return {a.re * c - a.im * s, a.re * s + a.im * c};
 }
 
-inline FftLanes Conjugate(const FftLanes& a) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l];
-        r.im[l] = -a.im[l];
-    }
-    return r;
-}
-
-inline FftLanes Scale(const FftLanes& a, float factor) {
-    FftLanes r;
-    for (int l = 0; l < kFftLanes; ++l) {
-        r.re[l] = a.re[l] * factor;
-        r.im[l] = a.im[l] * factor;
-    }
-    return r;
-}
+inline FftLanes Conjugate(const FftLanes& a) { return {a.re, -a.im}; }
+inline FftLanes Scale(const FftLanes& a, float factor) { return {a.re * factor, a.im * factor}; }
 
 }  // namespace ezossl

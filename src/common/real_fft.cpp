@@ -166,11 +166,7 @@ void RealFft_InverseTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
     FftLanes& ends = data[position[0]];
-    for (int l = 0; l < kFftLanes; ++l) {
-        const float dc = ends.re[l], nyquist = ends.im[l];
-        ends.re[l] = dc + nyquist;
-        ends.im[l] = dc - nyquist;
-    }
+    ends = {ends.re + ends.im, ends.re - ends.im};  // DC and Nyquist in, their sum and difference out
     for (int k = 1; k <= kHalfFftSize / 2; ++k) {
         FftLanes& bin = data[position[k]];
         FftLanes& mirror = data[position[kHalfFftSize - k]];

@@ -43,11 +43,8 @@ void RealFft_ForwardTransform(RealFftPlan* plan);
     const uint8_t* position = plan->position;
     if (k == 0) {
         const FftLanes z = data[position[0]];
-        for (int l = 0; l < kFftLanes; ++l) {
-            bin->re[l] = z.re[l] + z.im[l];
-            mirror->re[l] = z.re[l] - z.im[l];
-            bin->im[l] = mirror->im[l] = 0.0f;
-        }
+        *bin = {z.re + z.im, F4{}};
+        *mirror = {z.re - z.im, F4{}};
         return;
     }
     const FftLanes a = data[position[k]];

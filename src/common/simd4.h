@@ -18,7 +18,6 @@ typedef float F4 __attribute__((vector_size(16)));
 typedef int32_t I4 __attribute__((vector_size(16)));
 typedef double D2 __attribute__((vector_size(16)));
 typedef int64_t L2 __attribute__((vector_size(16)));
-typedef float F2 __attribute__((vector_size(8)));
 
 inline F4 Splat(float v) { return F4{v, v, v, v}; }
 
@@ -42,11 +41,46 @@ inline bool AnyLane(I4 mask) {
 #endif
 }
 
+// Correctly rounded square root of every lane: sqrtps, NEON's fsqrt, or the library's sqrtf.
+inline F4 Sqrt(F4 v) {
+#if defined(__SSE2__)
+    return _mm_sqrt_ps(v);
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    return vsqrtq_f32(v);
+#else
+    return F4{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
+#endif
+}
+
 // Lanes 0, 1 and lanes 2, 3 widened to double; two double vectors narrowed back to four floats.
-inline D2 WidenLow(F4 v) { return __builtin_convertvector(__builtin_shufflevector(v, v, 0, 1), D2); }
-inline D2 WidenHigh(F4 v) { return __builtin_convertvector(__builtin_shufflevector(v, v, 2, 3), D2); }
+// Generic vectors would take these apart lane by lane, so each target gets its instructions.
+inline D2 WidenLow(F4 v) {
+#if defined(__SSE2__)
+    return _mm_cvtps_pd(v);
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    return vcvt_f64_f32(vget_low_f32(v));
+#else
+    return D2{v[0], v[1]};
+#endif
+}
+inline D2 WidenHigh(F4 v) {
+#if defined(__SSE2__)
+    return _mm_cvtps_pd(_mm_movehl_ps(v, v));
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    return vcvt_high_f64_f32(v);
+#else
+    return D2{v[2], v[3]};
+#endif
+}
 inline F4 Narrow(D2 low, D2 high) {
-    return __builtin_shufflevector(__builtin_convertvector(low, F2), __builtin_convertvector(high, F2), 0, 1, 2, 3);
+#if defined(__SSE2__)
+    return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high));
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    return vcvt_high_f32_f64(vcvt_f32_f64(low), high);
+#else
+    return F4{static_cast<float>(low[0]), static_cast<float>(low[1]), static_cast<float>(high[0]),
+              static_cast<float>(high[1])};
+#endif
 }
 
 }  // namespace ezossl

@@ -47,6 +47,7 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
     }
 }
 
+F4 Load(const F4& v) { return v; }
 F4 Load(const float* p) {
     F4 v;
     std::memcpy(&v, p, sizeof(v));

@@ -26,7 +26,7 @@ constexpr int PairLane(int pair) { return pair + 1; }
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan);
 
 // Correlation of every lane at index j (lag j - 128) once PhatCorrelation_Compute has run.
-inline const float* Correlation_At(const RealFftPlan* plan, int j) {
+inline const F4& Correlation_At(const RealFftPlan* plan, int j) {
     const FftLanes& pair = plan->data[((j + kHalfFftSize) & (kRealFftSize - 1)) / 2];
     return j % 2 ? pair.im : pair.re;
 }
