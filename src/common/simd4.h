@@ -41,6 +41,43 @@ inline bool AnyLane(I4 mask) {
 #endif
 }
 
+// Rows a, b, c, d in, columns out: out[i] = {a[i], b[i], c[i], d[i]}.
+inline void Transpose(F4 a, F4 b, F4 c, F4 d, F4 out[4]) {
+    const F4 ab_low = __builtin_shufflevector(a, b, 0, 4, 1, 5), ab_high = __builtin_shufflevector(a, b, 2, 6, 3, 7);
+    const F4 cd_low = __builtin_shufflevector(c, d, 0, 4, 1, 5), cd_high = __builtin_shufflevector(c, d, 2, 6, 3, 7);
+    out[0] = __builtin_shufflevector(ab_low, cd_low, 0, 1, 4, 5);
+    out[1] = __builtin_shufflevector(ab_low, cd_low, 2, 3, 6, 7);
+    out[2] = __builtin_shufflevector(ab_high, cd_high, 0, 1, 4, 5);
+    out[3] = __builtin_shufflevector(ab_high, cd_high, 2, 3, 6, 7);
+}
+
+// Lanes 0, 1 (low) or 2, 3 (high) stored to two consecutive floats.
+inline void StoreLow(F4 v, float* p) {
+#if defined(__SSE2__)
+    _mm_storel_pi(reinterpret_cast<__m64*>(p), v);
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    vst1_f32(p, vget_low_f32(v));
+#else
+    p[0] = v[0], p[1] = v[1];
+#endif
+}
+inline void StoreHigh(F4 v, float* p) {
+#if defined(__SSE2__)
+    _mm_storeh_pi(reinterpret_cast<__m64*>(p), v);
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+    vst1_f32(p, vget_high_f32(v));
+#else
+    p[0] = v[2], p[1] = v[3];
+#endif
+}
+
+inline F4 Load(const float* p) {
+    F4 v;
+    __builtin_memcpy(&v, p, sizeof(v));
+    return v;
+}
+inline void Store(F4 v, float* p) { __builtin_memcpy(p, &v, sizeof(v)); }
+
 // Correctly rounded square root of every lane: sqrtps, NEON's fsqrt, or the library's sqrtf.
 inline F4 Sqrt(F4 v) {
 #if defined(__SSE2__)

@@ -7,16 +7,26 @@
 namespace ezossl {
 namespace {
 
-// Samples t and t + 1 of every channel times the window w0, w1: the products FftWindow_Apply
-// forms, packed as one complex value per lane.
-// One statement per channel: the compiler then builds each lane vector at once.
-inline void LoadWindowedPair(const Frames& frames, int t, float w0, float w1, FftLanes* out) {
-    const auto load = [&](int c) {
-        out->re[c] = frames.frame_buffer[c][t] * w0;
-        out->im[c] = frames.frame_buffer[c][t + 1] * w1;
-    };
-    static_assert(kMicNum == kFftLanes && kFftLanes == 4, "one statement per lane");
-    load(0), load(1), load(2), load(3);
+// Samples t..t + 3 of every channel times the window values w, transposed: one lane per channel,
+// samples t and t + 1 into the first slot (real and imaginary parts), t + 2 and t + 3 into the
+// second. The products are the ones a per-channel windowing would form.
+inline void LoadWindowedQuad(const Frames& frames, int t, F4 w, FftLanes* out) {
+    F4 columns[4];
+    Transpose(Load(frames.frame_buffer[0] + t) * w, Load(frames.frame_buffer[1] + t) * w,
+              Load(frames.frame_buffer[2] + t) * w, Load(frames.frame_buffer[3] + t) * w, columns);
+    out[0] = {columns[0], columns[1]};
+    out[1] = {columns[2], columns[3]};
+}
+
+// Bin k of every channel, lane c, into channel c's spectrum.
+inline void StoreBin(const FftLanes& bin, int k, Frames& frames) {
+    static_assert(kMicNum == kFftLanes && sizeof(ComplexF) == 2 * sizeof(float), "one lane, one channel");
+    const F4 low = __builtin_shufflevector(bin.re, bin.im, 0, 4, 1, 5);
+    const F4 high = __builtin_shufflevector(bin.re, bin.im, 2, 6, 3, 7);
+    StoreLow(low, &frames.spectrum[0][k].re);
+    StoreHigh(low, &frames.spectrum[1][k].re);
+    StoreLow(high, &frames.spectrum[2][k].re);
+    StoreHigh(high, &frames.spectrum[3][k].re);
 }
 
 }  // namespace
@@ -26,17 +36,17 @@ void Spectrum_Compute(Frames& frames, FftState& fft) {
     auto* plan = static_cast<RealFftPlan*>(fft.configuration);
     // The window's half table read forwards up to the middle and backwards after it.
     const float* w = FftInWindow;
-    for (int n = 0; n < kHalfFftSize / 2; ++n) LoadWindowedPair(frames, 2 * n, w[2 * n], w[2 * n + 1], &plan->data[n]);
-    for (int n = kHalfFftSize / 2; n < kHalfFftSize; ++n) {
-        LoadWindowedPair(frames, 2 * n, w[kFrameLength - 2 * n], w[kFrameLength - 2 * n - 1], &plan->data[n]);
+    for (int t = 0; t < kFrameLength / 2; t += 4) LoadWindowedQuad(frames, t, Load(w + t), &plan->data[t / 2]);
+    for (int t = kFrameLength / 2; t < kFrameLength; t += 4) {
+        const F4 backwards = Load(w + kFrameLength - t - 3);
+        LoadWindowedQuad(frames, t, __builtin_shufflevector(backwards, backwards, 3, 2, 1, 0), &plan->data[t / 2]);
     }
     RealFft_ForwardTransform(plan);
     for (int k = 0; k <= kHalfFftSize / 2; ++k) {
         FftLanes bin, mirror;
         RealFft_SplitPair(plan, k, &bin, &mirror);
-        for (uint32_t c = 0; c < kMicNum; ++c) frames.spectrum[c][k] = {bin.re[c], bin.im[c]};
-        if (k == kHalfFftSize / 2) break;  // bin 64 is its own mirror
-        for (uint32_t c = 0; c < kMicNum; ++c) frames.spectrum[c][kHalfFftSize - k] = {mirror.re[c], mirror.im[c]};
+        StoreBin(bin, k, frames);
+        if (k < kHalfFftSize / 2) StoreBin(mirror, kHalfFftSize - k, frames);  // bin 64 is its own mirror
     }
 }
 

@@ -48,11 +48,6 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
 }
 
 F4 Load(const F4& v) { return v; }
-F4 Load(const float* p) {
-    F4 v;
-    std::memcpy(&v, p, sizeof(v));
-    return v;
-}
 
 // Correlation index j of every lane, as Correlation_At reads it: pair m holds indices 2m, 2m + 1.
 const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; }
