@@ -19,8 +19,8 @@ constexpr int kWeighedValues = kPairNum * kPaddedBins;
 // bin in plain arrays, so that every step is one long loop of independent values that
 // vectorises as a whole; the padding bins are zero and never read.
 struct WeighedSpectra {
-    float re[kPairNum][kPaddedBins];
-    float im[kPairNum][kPaddedBins];
+    alignas(16) float re[kPairNum][kPaddedBins];
+    alignas(16) float im[kPairNum][kPaddedBins];
 };
 
 void Weigh(const Frames& frames, WeighedSpectra* out) {
@@ -57,23 +57,18 @@ const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + 
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
     WeighedSpectra weighed;
     Weigh(frames, &weighed);
+    // Four bins at a time from the pairs' rows into the lanes of their slots, lane 0 zero.
+    static_assert(kPairNum == 3 && PairLane(0) == 1, "pairs in lanes 1 to 3");
     FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
-    for (int k = 1; k < kHalfFftSize; ++k) {
-        FftLanes& slot = data[position[k]];
-        slot.re[0] = slot.im[0] = 0.0f;
-        for (int p = 0; p < kPairNum; ++p) {
-            slot.re[PairLane(p)] = weighed.re[p][k];
-            slot.im[PairLane(p)] = weighed.im[p][k];
-        }
+    for (int k = 0; k < kHalfFftSize; k += 4) {
+        F4 re[4], im[4];
+        Transpose(F4{}, Load(&weighed.re[0][k]), Load(&weighed.re[1][k]), Load(&weighed.re[2][k]), re);
+        Transpose(F4{}, Load(&weighed.im[0][k]), Load(&weighed.im[1][k]), Load(&weighed.im[2][k]), im);
+        for (int i = 0; i < 4; ++i) data[position[k + i]] = {re[i], im[i]};
     }
     // DC and Nyquist share a slot: only their real parts count.
-    FftLanes& ends = data[position[0]];
-    ends.re[0] = ends.im[0] = 0.0f;
-    for (int p = 0; p < kPairNum; ++p) {
-        ends.re[PairLane(p)] = weighed.re[p][0];
-        ends.im[PairLane(p)] = weighed.re[p][kHalfFftSize];
-    }
+    data[position[0]].im = F4{0.0f, weighed.re[0][kHalfFftSize], weighed.re[1][kHalfFftSize], weighed.re[2][kHalfFftSize]};
     RealFft_InverseTransform(plan);
 }
 
