@@ -3,37 +3,45 @@
 
 #include <cstring>
 
+#include "../common/simd4.h"
+
 namespace ezossl {
+
+namespace {
+
+typedef int16_t Samples8 __attribute__((vector_size(16)));
+typedef int16_t Samples4 __attribute__((vector_size(8)));
+
+F4 ToFloat(Samples4 samples) { return __builtin_convertvector(__builtin_convertvector(samples, I4), F4); }
+
+}  // namespace
 
 void InputBlock_Append(const int16_t* microphone_input, int16_t (&dump_block)[kMicNum][kPointNumber],
                        Frames& frames, AsdfState& asdf) {
-    for (uint32_t c = 0; c < kMicNum; ++c) {
-        std::memmove(frames.frame_buffer[c], frames.frame_buffer[c] + kBlockLength, kBlockLength * sizeof(float));
+    static_assert(kMicNum == 4 && kBlockLength % 4 == 0, "four channels, whole groups of four instants");
+    for (int n = 0; n < kBlockLength; n += 4) {
+        Samples8 early, late;  // instants n, n + 1 and n + 2, n + 3, four channels each
+        std::memcpy(&early, microphone_input + kMicNum * n, sizeof(early));
+        std::memcpy(&late, microphone_input + kMicNum * (n + 2), sizeof(late));
+        // Two rounds of interleaving put each channel's four samples side by side.
+        const Samples8 even = __builtin_shufflevector(early, late, 0, 8, 1, 9, 2, 10, 3, 11);
+        const Samples8 odd = __builtin_shufflevector(early, late, 4, 12, 5, 13, 6, 14, 7, 15);
+        const Samples8 raw[2] = {__builtin_shufflevector(even, odd, 0, 8, 1, 9, 2, 10, 3, 11),
+                                 __builtin_shufflevector(even, odd, 4, 12, 5, 13, 6, 14, 7, 15)};
+        for (uint32_t c = 0; c < kMicNum; ++c) std::memcpy(&dump_block[c][n], &raw[c / 2][4 * (c % 2)], sizeof(Samples4));
+        F4 channel[kMicNum];
+        Transpose(ToFloat(__builtin_shufflevector(early, early, 0, 1, 2, 3)) / kSampleFullScale,
+                  ToFloat(__builtin_shufflevector(early, early, 4, 5, 6, 7)) / kSampleFullScale,
+                  ToFloat(__builtin_shufflevector(late, late, 0, 1, 2, 3)) / kSampleFullScale,
+                  ToFloat(__builtin_shufflevector(late, late, 4, 5, 6, 7)) / kSampleFullScale, channel);
+        for (uint32_t c = 0; c < kMicNum; ++c) {
+            float* frame = frames.frame_buffer[c];
+            Store(Load(frame + kBlockLength + n), frame + n);
+            Store(channel[c], frame + kBlockLength + n);
+        }
+        for (uint32_t k = 0; k < kPairNum; ++k) Store(channel[k], asdf.compare_block[k] + n);
+        Store(channel[0], asdf.reference_block + n);
     }
-    // The dump copy and the frames' new half, one loop each with a statement per channel: so
-    // written, both vectorise. They read a local copy of the input, which cannot overlap the
-    // handle, so the loops need no aliasing check. The squared-difference search then takes its
-    // newest blocks from the frames: it compares channel 0 with channels 0, 1 and 2 (not 1, 2,
-    // 3), its first pair being channel 0 against itself, as it has always behaved.
-    int16_t block[kMicNum * kBlockLength];
-    std::memcpy(block, microphone_input, sizeof(block));
-    static_assert(kMicNum == 4, "one statement per channel, so that the loops over n vectorise");
-    for (int n = 0; n < kBlockLength; ++n) {
-        const int16_t* instant = block + kMicNum * n;
-        const auto dump = [&](int c) { dump_block[c][n] = instant[c]; };
-        dump(0), dump(1), dump(2), dump(3);
-    }
-    for (int n = 0; n < kBlockLength; ++n) {
-        const int16_t* instant = block + kMicNum * n;
-        const auto scale = [&](int c) {
-            frames.frame_buffer[c][kBlockLength + n] = static_cast<float>(instant[c]) / kSampleFullScale;
-        };
-        scale(0), scale(1), scale(2), scale(3);
-    }
-    for (int k = 0; k < kPairNum; ++k) {
-        std::memcpy(asdf.compare_block[k], frames.frame_buffer[k] + kBlockLength, kBlockLength * sizeof(float));
-    }
-    std::memcpy(asdf.reference_block, frames.frame_buffer[0] + kBlockLength, kBlockLength * sizeof(float));
 }
 
 }  // namespace ezossl
