@@ -53,22 +53,19 @@ void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, FftState& 
     int32_t lag[kPairNum];
     bool measured[kPairNum];
     float floor[kFftLanes] = {};
-    bool any_measured = false;
     for (int p = 0; p < kPairNum; ++p) {
         const int lane = PairLane(p);
         lag[p] = limits.lag_table[extremes.max_index[lane]];
         measured[p] = PeakInRange(limits.max_delay[p], lag[p]) &&
                       PeakDominates(extremes.max_value[lane], extremes.min_value[lane]);
         floor[lane] = extremes.min_value[lane];
-        any_measured = any_measured || measured[p];
     }
     // The peak-to-mean ratio of the correlation lifted to a zero minimum, tested against its
     // threshold. The lifted sum is a float running sum whose order fixes its last bits; a larger
     // sum can only lower the ratio, so when its bounds agree on the outcome the exact sum is not
     // needed, and it is summed in order only when they do not.
-    float sum_low[kFftLanes] = {}, sum_high[kFftLanes] = {}, exact_sum[kFftLanes] = {};
+    float exact_sum[kFftLanes] = {};
     bool exact_summed = false;
-    if (any_measured) Correlation_LiftedSumBounds(plan, floor, sum_low, sum_high);
     const auto below_threshold = [&](int lane, float lifted_sum) {
         const float mean = lifted_sum / static_cast<float>(kFrameLength);
         const double ratio = (extremes.max_value[lane] - floor[lane]) / mean;
@@ -79,8 +76,8 @@ void GccPhat_EstimateDelays(const Frames& frames, DelayLimits limits, FftState& 
         const int lane = PairLane(p);
         bool rejected = !measured[p];
         if (measured[p]) {
-            rejected = below_threshold(lane, sum_high[lane]);
-            if (rejected != below_threshold(lane, sum_low[lane])) {
+            rejected = below_threshold(lane, extremes.lifted_sum_high[lane]);
+            if (rejected != below_threshold(lane, extremes.lifted_sum_low[lane])) {
                 if (!exact_summed) Correlation_ShiftedSums(plan, floor, exact_sum);
                 exact_summed = true;
                 rejected = below_threshold(lane, exact_sum[lane]);

@@ -47,7 +47,6 @@ void Weigh(const Frames& frames, WeighedSpectra* out) {
     }
 }
 
-F4 Load(const F4& v) { return v; }
 
 // Correlation index j of every lane, as Correlation_At reads it: pair m holds indices 2m, 2m + 1.
 const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; }
@@ -76,15 +75,21 @@ void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
 // maxima and minima per lane; then the first index holding each, in index order, stopping as
 // soon as every lane has both. Equal values (both zeros included) count as the same, so the
 // index found is the one a serial search with strict comparisons keeps, and the value reported
-// is the one stored there, with its sign.
+// is the one stored there, with its sign. The first pass also sums the values and their
+// magnitudes, for the bounds on the lifted sum.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     const FftLanes* data = plan->data;
-    F4 high[2] = {Load(data[0].re), Load(data[0].im)};
+    const I4 magnitude_bits = I4{} + 0x7fffffff;  // all but the sign
+    F4 high[2] = {data[0].re, data[0].im};
     F4 low[2] = {high[0], high[1]};
-    for (int n = 1; n < kHalfFftSize; ++n) {
-        const F4 re = Load(data[n].re), im = Load(data[n].im);
+    F4 sum[2] = {}, magnitude_sum[2] = {};
+    for (int n = 0; n < kHalfFftSize; ++n) {
+        const F4 re = data[n].re, im = data[n].im;
         high[0] = Max(high[0], re), high[1] = Max(high[1], im);
         low[0] = Min(low[0], re), low[1] = Min(low[1], im);
+        sum[0] += re, sum[1] += im;
+        magnitude_sum[0] += reinterpret_cast<F4>(reinterpret_cast<I4>(re) & magnitude_bits);
+        magnitude_sum[1] += reinterpret_cast<F4>(reinterpret_cast<I4>(im) & magnitude_bits);
     }
     const F4 max_value = Max(high[0], high[1]), min_value = Min(low[0], low[1]);
 
@@ -92,7 +97,7 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     I4 max_pending = I4{} == 0, min_pending = max_pending;
     for (int m = 0; m < kHalfFftSize && AnyLane(max_pending | min_pending); ++m) {
         const FftLanes& pair = CorrelationPair(data, m);
-        const F4 re = Load(pair.re), im = Load(pair.im);
+        const F4 re = pair.re, im = pair.im;
         const I4 max_hit = ((re == max_value) | (im == max_value)) & max_pending;
         const I4 min_hit = ((re == min_value) | (im == min_value)) & min_pending;
         if (!AnyLane(max_hit | min_hit)) continue;
@@ -111,28 +116,20 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
         max_pending &= ~max_hit;
         min_pending &= ~min_hit;
     }
-    return extremes;
-}
 
-// Sum of nonnegative terms: in any order the result lies within 255 u (u = 2^-24) of the exact
-// sum of the rounded terms, so the serial sum is within 2 * 255 u of this one; the bounds are
-// widened by far more than that, and by the rounding of their own products.
-void Correlation_LiftedSumBounds(const RealFftPlan* plan, const float floor[kFftLanes], float low[kFftLanes],
-                                 float high[kFftLanes]) {
-    const F4 lift = Load(floor);
-    F4 total[4] = {};
-    for (int n = 0; n < kHalfFftSize; n += 2) {
-        total[0] += Load(plan->data[n].re) - lift;
-        total[1] += Load(plan->data[n].im) - lift;
-        total[2] += Load(plan->data[n + 1].re) - lift;
-        total[3] += Load(plan->data[n + 1].im) - lift;
-    }
-    const F4 sum = (total[0] + total[1]) + (total[2] + total[3]);
-    constexpr double kMargin = 1e-4;
+    // The lifted sum adds the 256 rounded terms v - floor, all nonnegative, in index order.
+    // Any order of summing n such terms lands within (n - 1) u (u = 2^-24) of their exact sum,
+    // which lies within u of sum(v) - 256 floor; the sum of v computed here is within
+    // (n - 1) u sum|v| of its exact value. The bounds are wider than all of that together by
+    // a factor of five, and by the rounding of their own arithmetic.
+    constexpr double kRelativeMargin = 1e-4;
     for (int l = 0; l < kFftLanes; ++l) {
-        low[l] = static_cast<float>(static_cast<double>(sum[l]) * (1.0 - kMargin));
-        high[l] = static_cast<float>(static_cast<double>(sum[l]) * (1.0 + kMargin));
+        const double lifted = static_cast<double>(sum[0][l] + sum[1][l]) - kFrameLength * double{extremes.min_value[l]};
+        const double spread = kRelativeMargin * (static_cast<double>(magnitude_sum[0][l] + magnitude_sum[1][l]) + std::fabs(lifted));
+        extremes.lifted_sum_low[l] = lifted - spread > 0.0 ? static_cast<float>(lifted - spread) : 0.0f;
+        extremes.lifted_sum_high[l] = static_cast<float>(lifted + spread);
     }
+    return extremes;
 }
 
 void Correlation_ShiftedSums(const RealFftPlan* plan, const float floor[kFftLanes], float sum[kFftLanes]) {

@@ -14,6 +14,10 @@ struct PairExtremes {
     int32_t min_index[kFftLanes];  // first minimum
     float max_value[kFftLanes];
     float min_value[kFftLanes];
+    // Bounds on Correlation_ShiftedSums with floor = min_value: enough to decide a threshold
+    // test on it in all but the rarest frames, without its serial sum.
+    float lifted_sum_low[kFftLanes];
+    float lifted_sum_high[kFftLanes];
 };
 
 // Pair p (channel 0 with channel p + 1) works in lane p + 1; lane 0 is channel 0 with itself.
@@ -32,13 +36,8 @@ inline const F4& Correlation_At(const RealFftPlan* plan, int j) {
 }
 
 // First maximum and minimum of every lane's correlation (the lowest index among equal values),
-// without a serial search.
+// without a serial search, and the bounds on its lifted sum.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan);
-
-// Per lane, bounds on what Correlation_ShiftedSums returns, from a sum in any order: enough to
-// decide a threshold test on it in all but the rarest frames, at a fraction of the cost.
-void Correlation_LiftedSumBounds(const RealFftPlan* plan, const float floor[kFftLanes], float low[kFftLanes],
-                                 float high[kFftLanes]);
 
 // Per lane: the sum over j = 0..255, in that order, of correlation[j] - floor[lane], in float.
 // The single-precision running sum has to keep its order to give the same mean every time.
