@@ -13,6 +13,7 @@ namespace {
 // The plan may be rebuilt from its already aligned start after a release, so it must fit in
 // what is left of the region after the largest alignment step.
 constexpr size_t kAlignmentSlack = 15;
+static_assert(sizeof(RealFftPlan) + kAlignmentSlack <= Qel_rdft_size(kRealFftSize), "the plan fits the work area");
 
 void ReportNullArguments(const FftState* state, const float* data, const float* work_a,
                          const float* work_b) {

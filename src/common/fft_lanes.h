@@ -33,6 +33,14 @@ inline FftLanes Twiddle(const FftLanes& a, const float* w) {
     return {a.re * c - a.im * s, a.re * s + a.im * c};
 }
 
+// The same with the twiddle already in every lane (re: its cosine, im: its sine part): the
+// products and sums are the ones above, in the same order.
+template <bool kInverse>
+inline FftLanes Twiddle(const FftLanes& a, const FftLanes& w) {
+    if (kInverse) return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
+    return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
+}
+
 inline FftLanes Conjugate(const FftLanes& a) { return {a.re, -a.im}; }
 inline FftLanes Scale(const FftLanes& a, float factor) { return {a.re * factor, a.im * factor}; }
 

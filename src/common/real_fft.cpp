@@ -40,24 +40,35 @@ void UnitRoot(int j, float* re, float* im) {
     *im = static_cast<float>(-sin_j[quadrant]);
 }
 
+// Twiddles w^p, w^2p, w^3p of a butterfly, each in every lane.
+struct ButterflyTwiddles {
+    FftLanes w[3];
+};
+
+ButterflyTwiddles Splatted(const float* w) {
+    ButterflyTwiddles out;
+    for (int r = 0; r < 3; ++r) out.w[r] = {Splat(w[2 * r]), Splat(w[2 * r + 1])};
+    return out;
+}
+
 // The butterflies are forced inline: as calls, their address arithmetic and the call itself
 // cost as much as the butterfly.
 // One radix-4 decimation-in-frequency butterfly on x[p + r q], r = 0..3: output residue r
 // goes, times w^(r p), to quarter r.
-[[gnu::always_inline]] inline void Radix4Dif(FftLanes* x, int p, int q, const float* w) {
+[[gnu::always_inline]] inline void Radix4Dif(FftLanes* x, int p, int q, const FftLanes* w) {
     const FftLanes a0 = x[p], a1 = x[p + q], a2 = x[p + 2 * q], a3 = x[p + 3 * q];
     const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
     x[p] = Add(t0, t2);
-    x[p + q] = Twiddle<false>(AddRotated<false>(t1, t3), w);
-    x[p + 2 * q] = Twiddle<false>(Sub(t0, t2), w + 2);
-    x[p + 3 * q] = Twiddle<false>(AddRotated<true>(t1, t3), w + 4);
+    x[p + q] = Twiddle<false>(AddRotated<false>(t1, t3), w[0]);
+    x[p + 2 * q] = Twiddle<false>(Sub(t0, t2), w[1]);
+    x[p + 3 * q] = Twiddle<false>(AddRotated<true>(t1, t3), w[2]);
 }
 
 // Its inverse up to the factor 4, with the opposite sign: the twiddles come off first, then
 // the butterfly puts the residues back in natural order.
-[[gnu::always_inline]] inline void Radix4Dit(FftLanes* x, int p, int q, const float* w) {
-    const FftLanes y0 = x[p], y1 = Twiddle<true>(x[p + q], w), y2 = Twiddle<true>(x[p + 2 * q], w + 2),
-                   y3 = Twiddle<true>(x[p + 3 * q], w + 4);
+[[gnu::always_inline]] inline void Radix4Dit(FftLanes* x, int p, int q, const FftLanes* w) {
+    const FftLanes y0 = x[p], y1 = Twiddle<true>(x[p + q], w[0]), y2 = Twiddle<true>(x[p + 2 * q], w[1]),
+                   y3 = Twiddle<true>(x[p + 3 * q], w[2]);
     const FftLanes s0 = Add(y0, y2), s1 = Sub(y0, y2), s2 = Add(y1, y3), s3 = Sub(y1, y3);
     x[p] = Add(s0, s2);
     x[p + q] = AddRotated<true>(s1, s3);
@@ -76,23 +87,35 @@ const float* PassTwiddles(const RealFftPlan* plan, int q) {
     return plan->stage_twiddles + (q == 32 ? 0 : q == 8 ? 6 * 32 : 6 * 40);
 }
 
+// The butterflies of one radix-4 pass over blocks of 4q points, butterfly p of every block
+// after another so that each twiddle is put in the lanes once. Butterflies of a pass touch
+// disjoint points, so their order does not matter.
+template <bool kInverse>
+void Radix4Pass(FftLanes* data, const float* twiddles, int q) {
+    for (int p = 0; p < q; ++p) {
+        const ButterflyTwiddles w = Splatted(twiddles + 6 * p);
+        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+            if (kInverse) {
+                Radix4Dit(data + block, p, q, w.w);
+            } else {
+                Radix4Dif(data + block, p, q, w.w);
+            }
+        }
+    }
+}
+
 // The 128-point forward transform in place, natural order in, bin k out at position[k]:
 // radix-4 passes over blocks of 128, 32 and 8 points, then radix 2. The last two passes run
 // block by block of 8 points, which stay in registers between them.
 void ForwardTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
-    for (int q = 32; q >= 8; q /= 4) {
-        const float* w = PassTwiddles(plan, q);
-        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
-            for (int p = 0; p < q; ++p) Radix4Dif(data + block, p, q, w + 6 * p);
-        }
-    }
-    const float* w = PassTwiddles(plan, 2);
+    for (int q = 32; q >= 8; q /= 4) Radix4Pass<false>(data, PassTwiddles(plan, q), q);
+    const FftLanes(&w)[2][3] = plan->last_pass_twiddles;
     for (int block = 0; block < kHalfFftSize; block += 8) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
-        Radix4Dif(x, 0, 2, w);
-        Radix4Dif(x, 1, 2, w + 6);
+        Radix4Dif(x, 0, 2, w[0]);
+        Radix4Dif(x, 1, 2, w[1]);
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
@@ -102,21 +125,16 @@ void ForwardTransform(RealFftPlan* plan) {
 // the inverse transform (unscaled, opposite sign) left in natural order.
 void InverseTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
-    const float* w = PassTwiddles(plan, 2);
+    const FftLanes(&w)[2][3] = plan->last_pass_twiddles;
     for (int block = 0; block < kHalfFftSize; block += 8) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
-        Radix4Dit(x, 0, 2, w);
-        Radix4Dit(x, 1, 2, w + 6);
+        Radix4Dit(x, 0, 2, w[0]);
+        Radix4Dit(x, 1, 2, w[1]);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
-    for (int q = 8; q <= 32; q *= 4) {
-        const float* wq = PassTwiddles(plan, q);
-        for (int block = 0; block < kHalfFftSize; block += 4 * q) {
-            for (int p = 0; p < q; ++p) Radix4Dit(data + block, p, q, wq + 6 * p);
-        }
-    }
+    for (int q = 8; q <= 32; q *= 4) Radix4Pass<true>(data, PassTwiddles(plan, q), q);
 }
 
 void Store(float* const out[kFftLanes], int k, const FftLanes& value) {
@@ -141,6 +159,10 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes) {
         for (int p = 0; p < q; ++p) {
             for (int r = 1; r <= 3; ++r, w += 2) UnitRoot(r * p * step, &w[0], &w[1]);
         }
+    }
+    for (int p = 0; p < 2; ++p) {
+        const ButterflyTwiddles splatted = Splatted(PassTwiddles(plan, 2) + 6 * p);
+        for (int r = 0; r < 3; ++r) plan->last_pass_twiddles[p][r] = splatted.w[r];
     }
     for (int k = 0; k <= kHalfFftSize / 2; ++k) UnitRoot(k, &plan->split_twiddles[k][0], &plan->split_twiddles[k][1]);
     // Residues of the passes, first to last, are the digits of the position, most significant first.

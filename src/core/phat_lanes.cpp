@@ -10,64 +10,59 @@
 namespace ezossl {
 namespace {
 
-// Bins of one pair's spectrum, padded to a whole number of vectors.
-constexpr int kPaddedBins = (kSpectrumBins + 3) / 4 * 4;
-constexpr int kWeighedValues = kPairNum * kPaddedBins;
-
-// Cross spectra of channel 0 with channels 1, 2 and 3, each bin divided by its magnitude (the
-// square root and the division in double, as the one-pair code did). Pair by pair and bin by
-// bin in plain arrays, so that every step is one long loop of independent values that
-// vectorises as a whole; the padding bins are zero and never read.
-struct WeighedSpectra {
-    alignas(16) float re[kPairNum][kPaddedBins];
-    alignas(16) float im[kPairNum][kPaddedBins];
+// Bins k..k + 3 of one channel's spectrum, real and imaginary parts apart.
+struct FourBins {
+    F4 re, im;
 };
 
-void Weigh(const Frames& frames, WeighedSpectra* out) {
-    const ComplexF* reference = frames.spectrum[0];
-    for (int p = 0; p < kPairNum; ++p) {
-        const ComplexF* other = frames.spectrum[p + 1];
-        const auto cross = [&](int k) {
-            const float a = reference[k].re, b = reference[k].im, c = other[k].re, d = other[k].im;
-            out->re[p][k] = a * c + b * d;
-            out->im[p][k] = b * c - a * d;
-        };
-        // The Nyquist bin on its own keeps the main loop a whole number of vectors long.
-        for (int k = 0; k < kHalfFftSize; ++k) cross(k);
-        cross(kHalfFftSize);
-        for (int k = kSpectrumBins; k < kPaddedBins; ++k) out->re[p][k] = out->im[p][k] = 0.0f;
-    }
-    float* re = &out->re[0][0];
-    float* im = &out->im[0][0];
-    for (int v = 0; v < kWeighedValues; ++v) {
-        const float magnitude = static_cast<float>(std::sqrt(static_cast<double>(re[v] * re[v] + im[v] * im[v])));
-        const double weight = static_cast<double>(magnitude) + kPhatGuard;
-        re[v] = static_cast<float>(static_cast<double>(re[v]) / weight);
-        im[v] = static_cast<float>(static_cast<double>(im[v]) / weight);
-    }
+FourBins LoadFourBins(const ComplexF* spectrum, int k) {
+    static_assert(sizeof(ComplexF) == 2 * sizeof(float), "re, im pairs");
+    const F4 first = Load(&spectrum[k].re), second = Load(&spectrum[k + 2].re);
+    return {__builtin_shufflevector(first, second, 0, 2, 4, 6), __builtin_shufflevector(first, second, 1, 3, 5, 7)};
 }
 
+// The cross spectrum of a reference bin with another: reference times the other's conjugate.
+FourBins Cross(const FourBins& reference, const FourBins& other) {
+    return {reference.re * other.re + reference.im * other.im, reference.im * other.re - reference.re * other.im};
+}
+
+// The phase transform: each bin divided by its magnitude plus a guard, the square root and the
+// division in double as the one-pair code did. A float's square root taken in double and
+// rounded back is the float square root (double keeps more than twice a float's precision).
+FourBins PhaseWeighed(const FourBins& bins) {
+    const F4 magnitude = Sqrt(bins.re * bins.re + bins.im * bins.im);
+    const D2 low = WidenLow(magnitude) + kPhatGuard, high = WidenHigh(magnitude) + kPhatGuard;
+    return {Narrow(WidenLow(bins.re) / low, WidenHigh(bins.re) / high),
+            Narrow(WidenLow(bins.im) / low, WidenHigh(bins.im) / high)};
+}
 
 // Correlation index j of every lane, as Correlation_At reads it: pair m holds indices 2m, 2m + 1.
 const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; }
 
 }  // namespace
 
+// Four bins at a time, everything between the spectra and the inverse transform in one loop:
+// the divisions keep the divider busy while the rest of the work fits in around them.
 void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
-    WeighedSpectra weighed;
-    Weigh(frames, &weighed);
-    // Four bins at a time from the pairs' rows into the lanes of their slots, lane 0 zero.
     static_assert(kPairNum == 3 && PairLane(0) == 1, "pairs in lanes 1 to 3");
     FftLanes* data = plan->data;
     const uint8_t* position = plan->position;
     for (int k = 0; k < kHalfFftSize; k += 4) {
+        const FourBins reference = LoadFourBins(frames.spectrum[0], k);
+        FourBins pair[kPairNum];
+        for (int p = 0; p < kPairNum; ++p) pair[p] = PhaseWeighed(Cross(reference, LoadFourBins(frames.spectrum[p + 1], k)));
+        // Pair rows in, one slot per bin out, lane 0 zero.
         F4 re[4], im[4];
-        Transpose(F4{}, Load(&weighed.re[0][k]), Load(&weighed.re[1][k]), Load(&weighed.re[2][k]), re);
-        Transpose(F4{}, Load(&weighed.im[0][k]), Load(&weighed.im[1][k]), Load(&weighed.im[2][k]), im);
+        Transpose(F4{}, pair[0].re, pair[1].re, pair[2].re, re);
+        Transpose(F4{}, pair[0].im, pair[1].im, pair[2].im, im);
         for (int i = 0; i < 4; ++i) data[position[k + i]] = {re[i], im[i]};
     }
-    // DC and Nyquist share a slot: only their real parts count.
-    data[position[0]].im = F4{0.0f, weighed.re[0][kHalfFftSize], weighed.re[1][kHalfFftSize], weighed.re[2][kHalfFftSize]};
+    // The Nyquist bin, one pair per lane, shares its slot with DC: only their real parts count.
+    const auto nyquist = [&](int c) { return frames.spectrum[c][kHalfFftSize]; };
+    const FourBins reference = {Splat(nyquist(0).re), Splat(nyquist(0).im)};
+    const FourBins other = {F4{0.0f, nyquist(1).re, nyquist(2).re, nyquist(3).re},
+                            F4{0.0f, nyquist(1).im, nyquist(2).im, nyquist(3).im}};
+    data[position[0]].im = Select(I4{0, -1, -1, -1}, PhaseWeighed(Cross(reference, other)).re, F4{});
     RealFft_InverseTransform(plan);
 }
 
