@@ -70,21 +70,19 @@ void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
 // maxima and minima per lane; then the first index holding each, in index order, stopping as
 // soon as every lane has both. Equal values (both zeros included) count as the same, so the
 // index found is the one a serial search with strict comparisons keeps, and the value reported
-// is the one stored there, with its sign. The first pass also sums the values and their
-// magnitudes, for the bounds on the lifted sum.
+// is the one stored there, with its sign. The first pass also sums the values, for the bounds
+// on the lifted sum.
 PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     const FftLanes* data = plan->data;
-    const I4 magnitude_bits = I4{} + 0x7fffffff;  // all but the sign
     F4 high[2] = {data[0].re, data[0].im};
     F4 low[2] = {high[0], high[1]};
-    F4 sum[2] = {}, magnitude_sum[2] = {};
-    for (int n = 0; n < kHalfFftSize; ++n) {
-        const F4 re = data[n].re, im = data[n].im;
-        high[0] = Max(high[0], re), high[1] = Max(high[1], im);
-        low[0] = Min(low[0], re), low[1] = Min(low[1], im);
-        sum[0] += re, sum[1] += im;
-        magnitude_sum[0] += reinterpret_cast<F4>(reinterpret_cast<I4>(re) & magnitude_bits);
-        magnitude_sum[1] += reinterpret_cast<F4>(reinterpret_cast<I4>(im) & magnitude_bits);
+    F4 sum[4] = {};  // four running sums, so that no addition waits for the one before
+    for (int n = 0; n < kHalfFftSize; n += 2) {
+        const FftLanes& a = data[n];
+        const FftLanes& b = data[n + 1];
+        high[0] = Max(Max(high[0], a.re), b.re), high[1] = Max(Max(high[1], a.im), b.im);
+        low[0] = Min(Min(low[0], a.re), b.re), low[1] = Min(Min(low[1], a.im), b.im);
+        sum[0] += a.re, sum[1] += a.im, sum[2] += b.re, sum[3] += b.im;
     }
     const F4 max_value = Max(high[0], high[1]), min_value = Min(low[0], low[1]);
 
@@ -115,12 +113,16 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     // The lifted sum adds the 256 rounded terms v - floor, all nonnegative, in index order.
     // Any order of summing n such terms lands within (n - 1) u (u = 2^-24) of their exact sum,
     // which lies within u of sum(v) - 256 floor; the sum of v computed here is within
-    // (n - 1) u sum|v| of its exact value. The bounds are wider than all of that together by
-    // a factor of five, and by the rounding of their own arithmetic.
+    // (n - 1) u sum|v| of its exact value, and sum|v| is at most 256 times the larger extreme.
+    // The bounds are wider than all of that together by a factor of five, and by the rounding
+    // of their own arithmetic.
     constexpr double kRelativeMargin = 1e-4;
+    const F4 total = (sum[0] + sum[1]) + (sum[2] + sum[3]);
     for (int l = 0; l < kFftLanes; ++l) {
-        const double lifted = static_cast<double>(sum[0][l] + sum[1][l]) - kFrameLength * double{extremes.min_value[l]};
-        const double spread = kRelativeMargin * (static_cast<double>(magnitude_sum[0][l] + magnitude_sum[1][l]) + std::fabs(lifted));
+        const double floor = extremes.min_value[l];
+        const double lifted = static_cast<double>(total[l]) - kFrameLength * floor;
+        const double largest = std::fmax(std::fabs(floor), std::fabs(static_cast<double>(extremes.max_value[l])));
+        const double spread = kRelativeMargin * (kFrameLength * largest + std::fabs(lifted));
         extremes.lifted_sum_low[l] = lifted - spread > 0.0 ? static_cast<float>(lifted - spread) : 0.0f;
         extremes.lifted_sum_high[l] = static_cast<float>(lifted + spread);
     }
