@@ -125,7 +125,7 @@ TEST(CorrelationKernels, SameResultsAsTheOnePairKernel) {
         for (int f = 0; f < kFrames; ++f) {
             const auto block = InterleaveBlock(scene, f);
             ezossl::InputBlock_Append(block.data(), h->dump_block, h->frames, h->asdf);
-            ezossl::Spectrum_Compute(h->frames, h->fft);
+            ezossl::Spectrum_Compute(h->frames, h->fft, h->activity);
             int32_t expected[3], got[3];
             ReferenceEstimate(h->frames, *h, h->fft, reference_rng, reference_voting, expected);
             ezossl::GccPhat_EstimateDelays(h->frames, ezossl::DelayLimits{h->lag_table, h->max_delay}, h->fft,
@@ -167,7 +167,7 @@ class GccPhatFixture : public testing::Test {
         for (int b = 0; b < blocks; ++b) {
             const auto block = InterleaveBlock(channels, b);
             ezossl::InputBlock_Append(block.data(), handle_->dump_block, handle_->frames, handle_->asdf);
-            ezossl::Spectrum_Compute(handle_->frames, handle_->fft);
+            ezossl::Spectrum_Compute(handle_->frames, handle_->fft, handle_->activity);
             Estimate(delays.data());
         }
         return delays;

@@ -4,10 +4,14 @@
 namespace ezossl {
 
 void FrameEnergy_Update(const Frames& frames, Activity& activity) {
-    const float* left = frames.frame_buffer[0];
-    const float* right = frames.frame_buffer[1];
     float energy = 0.0f;
-    for (int i = 0; i < kFrameLength; ++i) energy += (left[i] * left[i] + right[i] * right[i]) / 2.0f;
+    for (int t = 0; t < kFrameLength; t += 4) {
+        energy = FrameEnergy_AddFour(energy, Load(frames.frame_buffer[0] + t), Load(frames.frame_buffer[1] + t));
+    }
+    FrameEnergy_Record(energy, activity);
+}
+
+void FrameEnergy_Record(float energy, Activity& activity) {
     activity.frame_energy = energy;
     activity.energy_sum += energy;
 }

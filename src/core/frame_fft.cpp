@@ -3,6 +3,7 @@
 
 #include "../common/real_fft.h"
 #include "../common/window_tables.h"
+#include "frame_activity.h"
 
 namespace ezossl {
 namespace {
@@ -31,16 +32,30 @@ inline void StoreBin(const FftLanes& bin, int k, Frames& frames) {
 
 }  // namespace
 
-void Spectrum_Compute(Frames& frames, FftState& fft) {
-    if (!fft.initialised || !fft.configuration) return;
+void Spectrum_Compute(Frames& frames, FftState& fft, Activity& activity) {
+    if (!fft.initialised || !fft.configuration) {
+        FrameEnergy_Update(frames, activity);
+        return;
+    }
     auto* plan = static_cast<RealFftPlan*>(fft.configuration);
-    // The window's half table read forwards up to the middle and backwards after it.
+    // The window's half table read forwards up to the middle and backwards after it. The
+    // frame energy's running sum, a chain of dependent additions, goes along: the windowing
+    // fits in around it.
     const float* w = FftInWindow;
-    for (int t = 0; t < kFrameLength / 2; t += 4) LoadWindowedQuad(frames, t, Load(w + t), &plan->data[t / 2]);
+    float energy = 0.0f;
+    const auto energy_of = [&](int t) {
+        energy = FrameEnergy_AddFour(energy, Load(frames.frame_buffer[0] + t), Load(frames.frame_buffer[1] + t));
+    };
+    for (int t = 0; t < kFrameLength / 2; t += 4) {
+        energy_of(t);
+        LoadWindowedQuad(frames, t, Load(w + t), &plan->data[t / 2]);
+    }
     for (int t = kFrameLength / 2; t < kFrameLength; t += 4) {
+        energy_of(t);
         const F4 backwards = Load(w + kFrameLength - t - 3);
         LoadWindowedQuad(frames, t, __builtin_shufflevector(backwards, backwards, 3, 2, 1, 0), &plan->data[t / 2]);
     }
+    FrameEnergy_Record(energy, activity);
     RealFft_ForwardTransform(plan);
     for (int k = 0; k <= kHalfFftSize / 2; ++k) {
         FftLanes bin, mirror;
