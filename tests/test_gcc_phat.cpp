@@ -24,8 +24,8 @@ void SetCorrelation(ezossl::RealFftPlan* plan, int j, float v) {
 }
 
 TEST(CorrelationKernels, ExtremesKeepTheFirstOfEqualValues) {
-    // Ties in every position class of the four chains the search runs, and an all-zero lane
-    // mixing both signs of zero.
+    // Ties next to each other, apart, at both ends and against index order, and an all-zero
+    // lane mixing both signs of zero.
     alignas(16) unsigned char region[ezossl::Qel_rdft_size(256)];
     ezossl::RealFftPlan* plan = ezossl::RealFft_Build(region, sizeof(region));
     const struct {
@@ -46,6 +46,24 @@ TEST(CorrelationKernels, ExtremesKeepTheFirstOfEqualValues) {
     EXPECT_EQ(flat.max_index[2], 0);
     EXPECT_EQ(flat.min_index[2], 0);
     EXPECT_TRUE(std::signbit(flat.max_value[2])) << "the value found first, with its sign";
+}
+
+TEST(CorrelationKernels, LiftedSumBoundsHoldTheSumInOrder) {
+    // Noise around offsets and at scales far apart, a lone peak, and a flat correlation: the
+    // serial sum of the values lifted to the minimum lies within the bounds.
+    alignas(16) unsigned char region[ezossl::Qel_rdft_size(256)];
+    ezossl::RealFftPlan* plan = ezossl::RealFft_Build(region, sizeof(region));
+    const struct { double offset, scale; int peak; } cases[] = {{0.0, 1.0, -1}, {-40.0, 9.0, -1}, {300.0, 1e-3, -1}, {0.0, 0.0, 77}, {5.0, 0.0, -1}};
+    for (const auto& c : cases) {
+        const std::vector<double> noise = NoiseSource(11).White(256, c.scale);
+        for (int j = 0; j < 256; ++j) SetCorrelation(plan, j, static_cast<float>(c.offset + noise[j] + (j == c.peak ? 256.0 : 0.0)));
+        const ezossl::PairExtremes e = ezossl::Correlation_Extremes(plan);
+        float floor[4], sum[4];
+        std::copy(e.min_value, e.min_value + 4, floor);
+        ezossl::Correlation_ShiftedSums(plan, floor, sum);
+        EXPECT_LE(e.lifted_sum_low[1], sum[1]) << c.offset << ", " << c.scale;
+        EXPECT_GE(e.lifted_sum_high[1], sum[1]) << c.offset << ", " << c.scale;
+    }
 }
 
 // The one-pair-at-a-time kernel the library ran before the pairs shared their transforms,
