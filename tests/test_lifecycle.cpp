@@ -67,16 +67,6 @@ TEST(Init, ValidatesFieldsInFixedOrderAndReportsOnlyTheFirstFailure) {
     }
 }
 
-TEST(Init, AcceptsEverySupportedSampleRateAndBothModes) {
-    for (uint32_t rate : {8000u, 16000u, 32000u, 48000u}) {
-        for (uint32_t bf_mode : {0u, 1u}) {
-            WorkingBuffer buffer;
-            const SslInit init = DefaultInit(rate, 5.0f, bf_mode);
-            EXPECT_NE(InitQuietly(buffer, init), nullptr) << rate << " Hz, bf_mode " << bf_mode;
-        }
-    }
-}
-
 TEST(Init, FillsDefaults) {
     WorkingBuffer buffer;
     const SslHandle& h = *InitQuietly(buffer, DefaultInit(16000, 5.0f));

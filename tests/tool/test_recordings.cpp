@@ -83,12 +83,6 @@ TEST_F(Recordings, EveryDeliveryGivesTheSameResults) {
     }
 }
 
-// Channel order is the most common set-up mistake: the map must matter.
-TEST_F(Recordings, WrongMapGivesAnotherDirection) {
-    WriteAudio(Path("board.wav"), SixChannelBoard(reference_), SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-    EXPECT_NE(Analysed("locate", "board.wav", {"--map", "1,2,4,6"}), Analysed("locate", "reference.wav", {}));
-}
-
 TEST_F(Recordings, BytesShortOfAFrameAreReportedNotHidden) {
     WriteRaw(Path("odd.raw"), reference_, 2, "xyz");
     const RunResult result =

@@ -84,22 +84,5 @@ TEST_F(RoundTrips, ReverberantRoomStaysWithinTheCandidateSpacing) {
     }
 }
 
-// A source sweeping a full turn: each period is compared with the truth file at its middle,
-// so the tolerance grows by the half period's travel.
-TEST_F(RoundTrips, SweepFollowsTheTruthFile) {
-    const double duration = 6.0, rate = 48000;
-    RunOk({"simulate", "sweep.wav", "--array", "uca", "--distance", "6.5", "--rate", "48000", "--sweep", "-90:270",
-           "--duration", "6"});
-    const std::vector<Row> rows =
-        ParseCsv(RunOk({"locate", "sweep.wav", "--array", "uca", "--distance", "6.5", "--format", "csv", "--truth",
-                        "sweep.truth.csv"}).out);
-    const double travel = 360.0 / duration * kFramesPerVote * kBlock / rate / 2;
-    for (const Row& row : rows) {
-        ASSERT_EQ(row.at("status"), "OK") << "period at " << row.at("start_s");
-        EXPECT_LE(std::abs(std::stod(row.at("error_deg"))), HalfSampleTolerance(rate, 6.5, false, 0) + travel)
-            << "period at " << row.at("start_s");
-    }
-}
-
 }  // namespace
 }  // namespace ezossl_tool_test
