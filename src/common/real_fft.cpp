@@ -137,7 +137,18 @@ void InverseTransform(RealFftPlan* plan) {
     for (int q = 8; q <= 32; q *= 4) Radix4Pass<true>(data, PassTwiddles(plan, q), q);
 }
 
-void Store(float* const out[kFftLanes], int k, const FftLanes& value) {
+// Bin k of every lane to its output, re and im side by side: two floats at a time when all
+// four outputs are wanted.
+void Store(float* const out[kFftLanes], bool all_lanes, int k, const FftLanes& value) {
+    if (all_lanes) {
+        const F4 low = __builtin_shufflevector(value.re, value.im, 0, 4, 1, 5);
+        const F4 high = __builtin_shufflevector(value.re, value.im, 2, 6, 3, 7);
+        StoreLow(low, out[0] + 2 * k);
+        StoreHigh(low, out[1] + 2 * k);
+        StoreLow(high, out[2] + 2 * k);
+        StoreHigh(high, out[3] + 2 * k);
+        return;
+    }
     for (int l = 0; l < kFftLanes; ++l) {
         if (!out[l]) continue;
         out[l][2 * k] = value.re[l];
@@ -176,11 +187,12 @@ void RealFft_ForwardTransform(RealFftPlan* plan) { ForwardTransform(plan); }
 
 void RealFft_Forward(RealFftPlan* plan, float* const out[kFftLanes]) {
     ForwardTransform(plan);
+    const bool all_lanes = out[0] && out[1] && out[2] && out[3];
     for (int k = 0; k <= kHalfFftSize / 2; ++k) {
         FftLanes bin, mirror;
         RealFft_SplitPair(plan, k, &bin, &mirror);
-        Store(out, k, bin);
-        if (k < kHalfFftSize / 2) Store(out, kHalfFftSize - k, mirror);
+        Store(out, all_lanes, k, bin);
+        if (k < kHalfFftSize / 2) Store(out, all_lanes, kHalfFftSize - k, mirror);
     }
 }
 
