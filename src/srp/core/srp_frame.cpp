@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "common/real_fft.h"
+#include "common/simd4.h"
 #include "common/window_tables.h"
 
 namespace ezossl::srp {
@@ -24,25 +25,28 @@ constexpr float kRecentEnergyDecay = 0.5f;
 // (see the README) keeping a quarter of the magnitude let the bins that carry the source
 // outweigh those holding only noise, and cut the mean error by a sixth.
 // The four channels' frames (the previous block, then this one) windowed straight into one
-// four-lane transform: their spectra land in state->spectrum, one row per channel.
+// four-lane transform: their spectra land in state->spectrum, one row per channel. An instant's
+// four samples are already the transform's four lanes, so the history is kept instant by instant.
 void ChannelSpectra(SrpState* state, const int16_t* block) {
-    float frame[kChannels][kFrame];
-    for (int c = 0; c < kChannels; ++c) {
-        std::memcpy(frame[c], state->history[c], sizeof(state->history[c]));
-        for (int n = 0; n < kHop; ++n) frame[c][kHop + n] = static_cast<float>(block[kChannels * n + c]) * kSampleScale;
-        std::memcpy(state->history[c], frame[c] + kHop, sizeof(state->history[c]));
-    }
+    typedef int16_t Samples4 __attribute__((vector_size(8)));
+    auto* plan = static_cast<RealFftPlan*>(state->fft.configuration);
     // The sine window's half table, read forwards up to the middle and backwards after it.
     const float* w = FftInWindow;
-    auto* plan = static_cast<RealFftPlan*>(state->fft.configuration);
-    const auto load = [&](int n, float w0, float w1) {
-        for (int c = 0; c < kChannels; ++c) {
-            plan->data[n].re[c] = frame[c][2 * n] * w0;
-            plan->data[n].im[c] = frame[c][2 * n + 1] * w1;
-        }
+    for (int n = 0; n < kHop / 2; ++n) {
+        plan->data[n] = {Load(state->history[2 * n]) * w[2 * n], Load(state->history[2 * n + 1]) * w[2 * n + 1]};
+    }
+    const auto instant = [&](int i) {
+        Samples4 samples;
+        std::memcpy(&samples, block + kChannels * i, sizeof(samples));
+        const F4 scaled = __builtin_convertvector(__builtin_convertvector(samples, I4), F4) * kSampleScale;
+        Store(scaled, state->history[i]);
+        return scaled;
     };
-    for (int n = 0; n < kHalfFftSize / 2; ++n) load(n, w[2 * n], w[2 * n + 1]);
-    for (int n = kHalfFftSize / 2; n < kHalfFftSize; ++n) load(n, w[kFrame - 2 * n], w[kFrame - 2 * n - 1]);
+    for (int n = 0; n < kHop / 2; ++n) {
+        const int t = kHop + 2 * n;
+        const F4 even = instant(2 * n), odd = instant(2 * n + 1);
+        plan->data[kHop / 2 + n] = {even * w[kFrame - t], odd * w[kFrame - t - 1]};
+    }
     float* out[kChannels];
     for (int c = 0; c < kChannels; ++c) out[c] = state->spectrum[c];
     RealFft_Forward(plan, out);

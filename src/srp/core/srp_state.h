@@ -45,7 +45,7 @@ struct SrpState {
     float cross[kPairs][kBins][2];  // energy-weighted, partially whitened cross-spectra (re, im)
     float magnitude[kPairs][kBins];  // sum of the magnitudes of the terms added to `cross`
 
-    float history[kChannels][kHop];  // the previous block, full scale 1.0
+    float history[kHop][kChannels];  // the previous block, full scale 1.0, instant by instant
     float recent_energy;  // decaying mean of the recent frames' band energy
     float spectrum[kChannels][2 * kBins];  // the current frame's spectra, re, im per bin
     float whitened_re[kChannels][kBins];  // spectra of the current frame, partially whitened
