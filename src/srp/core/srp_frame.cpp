@@ -52,6 +52,24 @@ void ChannelSpectra(SrpState* state, const int16_t* block) {
     RealFft_Forward(plan, out);
 }
 
+float SquareRoot(float v) { return std::sqrt(v); }
+F4 SquareRoot(F4 v) { return Sqrt(v); }
+float Reciprocal(float divisor) { return divisor > 0.0f ? 1.0f / divisor : 0.0f; }
+F4 Reciprocal(F4 divisor) { return Select(divisor > 0.0f, 1.0f / divisor, F4{}); }
+
+// re, im scaled by |X|^(-3/4), and the power |X|^2 replaced by |X|^(1/4): for one bin (float)
+// or four (F4).
+template <typename Value>
+void Whiten(Value* re, Value* im, Value* power) {
+    const Value root_half = SquareRoot(SquareRoot(*power));  // |X|^(1/2)
+    const Value root_quarter = SquareRoot(root_half);        // |X|^(1/4)
+    // One division per bin instead of two; a silent bin (divisor |X|^(3/4) = 0) stays 0.
+    const Value scale = Reciprocal(root_half * root_quarter);
+    *re *= scale;
+    *im *= scale;
+    *power = root_quarter;
+}
+
 // Fills state->whitened_*[c] with the whitened spectrum of channel c in the band (re, im scaled
 // by |X|^(-3/4), and the |X|^(1/4) left); returns the channel's band energy. The loops are kept
 // apart so that the whitening vectorises: the energy's sum, in bin order, would not.
@@ -68,16 +86,14 @@ float WhitenChannel(SrpState* state, int c) {
     }
     float energy = 0.0f;
     for (uint32_t i = 0; i < bins; ++i) energy += magnitude[i];
-    for (uint32_t i = 0; i < bins; ++i) {
-        const float root_half = std::sqrt(std::sqrt(magnitude[i]));  // |X|^(1/2)
-        const float root_quarter = std::sqrt(root_half);             // |X|^(1/4)
-        const float divisor = root_half * root_quarter;               // |X|^(3/4)
-        // One division per bin instead of two; a silent bin (divisor 0) stays 0.
-        const float scale = divisor > 0.0f ? 1.0f / divisor : 0.0f;
-        re[i] *= scale;
-        im[i] *= scale;
-        magnitude[i] = root_quarter;
+    // Four bins at a time, then the rest one by one: the same operations either way.
+    uint32_t i = 0;
+    for (; i + 4 <= bins; i += 4) {
+        F4 x = Load(re + i), y = Load(im + i), power = Load(magnitude + i);
+        Whiten(&x, &y, &power);
+        Store(x, re + i), Store(y, im + i), Store(power, magnitude + i);
     }
+    for (; i < bins; ++i) Whiten(&re[i], &im[i], &magnitude[i]);
     return energy;
 }
 
