@@ -76,6 +76,24 @@ ButterflyTwiddles Splatted(const float* w) {
     x[p + 3 * q] = AddRotated<false>(s1, s3);
 }
 
+// The same for p = 0, whose twiddles are all 1: without the multiplications.
+[[gnu::always_inline]] inline void Radix4DifFirst(FftLanes* x, int q) {
+    const FftLanes a0 = x[0], a1 = x[q], a2 = x[2 * q], a3 = x[3 * q];
+    const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
+    x[0] = Add(t0, t2);
+    x[q] = AddRotated<false>(t1, t3);
+    x[2 * q] = Sub(t0, t2);
+    x[3 * q] = AddRotated<true>(t1, t3);
+}
+[[gnu::always_inline]] inline void Radix4DitFirst(FftLanes* x, int q) {
+    const FftLanes y0 = x[0], y1 = x[q], y2 = x[2 * q], y3 = x[3 * q];
+    const FftLanes s0 = Add(y0, y2), s1 = Sub(y0, y2), s2 = Add(y1, y3), s3 = Sub(y1, y3);
+    x[0] = Add(s0, s2);
+    x[q] = AddRotated<true>(s1, s3);
+    x[2 * q] = Sub(s0, s2);
+    x[3 * q] = AddRotated<false>(s1, s3);
+}
+
 inline void Radix2(FftLanes* x) {
     const FftLanes a0 = x[0], a1 = x[1];
     x[0] = Add(a0, a1);
@@ -92,7 +110,14 @@ const float* PassTwiddles(const RealFftPlan* plan, int q) {
 // disjoint points, so their order does not matter.
 template <bool kInverse>
 void Radix4Pass(FftLanes* data, const float* twiddles, int q) {
-    for (int p = 0; p < q; ++p) {
+    for (int block = 0; block < kHalfFftSize; block += 4 * q) {
+        if (kInverse) {
+            Radix4DitFirst(data + block, q);
+        } else {
+            Radix4DifFirst(data + block, q);
+        }
+    }
+    for (int p = 1; p < q; ++p) {
         const ButterflyTwiddles w = Splatted(twiddles + 6 * p);
         for (int block = 0; block < kHalfFftSize; block += 4 * q) {
             if (kInverse) {
@@ -110,12 +135,12 @@ void Radix4Pass(FftLanes* data, const float* twiddles, int q) {
 void ForwardTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
     for (int q = 32; q >= 8; q /= 4) Radix4Pass<false>(data, PassTwiddles(plan, q), q);
-    const FftLanes(&w)[2][3] = plan->last_pass_twiddles;
+    const FftLanes* w = plan->last_pass_twiddles;
     for (int block = 0; block < kHalfFftSize; block += 8) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
-        Radix4Dif(x, 0, 2, w[0]);
-        Radix4Dif(x, 1, 2, w[1]);
+        Radix4DifFirst(x, 2);
+        Radix4Dif(x, 1, 2, w);
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
@@ -125,13 +150,13 @@ void ForwardTransform(RealFftPlan* plan) {
 // the inverse transform (unscaled, opposite sign) left in natural order.
 void InverseTransform(RealFftPlan* plan) {
     FftLanes* data = plan->data;
-    const FftLanes(&w)[2][3] = plan->last_pass_twiddles;
+    const FftLanes* w = plan->last_pass_twiddles;
     for (int block = 0; block < kHalfFftSize; block += 8) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
-        Radix4Dit(x, 0, 2, w[0]);
-        Radix4Dit(x, 1, 2, w[1]);
+        Radix4DitFirst(x, 2);
+        Radix4Dit(x, 1, 2, w);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
     for (int q = 8; q <= 32; q *= 4) Radix4Pass<true>(data, PassTwiddles(plan, q), q);
@@ -171,10 +196,8 @@ RealFftPlan* RealFft_Build(void* region, size_t bytes) {
             for (int r = 1; r <= 3; ++r, w += 2) UnitRoot(r * p * step, &w[0], &w[1]);
         }
     }
-    for (int p = 0; p < 2; ++p) {
-        const ButterflyTwiddles splatted = Splatted(PassTwiddles(plan, 2) + 6 * p);
-        for (int r = 0; r < 3; ++r) plan->last_pass_twiddles[p][r] = splatted.w[r];
-    }
+    const ButterflyTwiddles last_pass = Splatted(PassTwiddles(plan, 2) + 6);
+    for (int r = 0; r < 3; ++r) plan->last_pass_twiddles[r] = last_pass.w[r];
     for (int k = 0; k <= kHalfFftSize / 2; ++k) UnitRoot(k, &plan->split_twiddles[k][0], &plan->split_twiddles[k][1]);
     // Residues of the passes, first to last, are the digits of the position, most significant first.
     for (int k = 0; k < kHalfFftSize; ++k) {

@@ -22,9 +22,9 @@ struct RealFftPlan {
     float stage_twiddles[kStageTwiddleFloats];
     float split_twiddles[kHalfFftSize / 2 + 1][2];  // exp(-2 pi i k / 256), k = 0..64
     uint8_t position[kHalfFftSize];                 // where the transform leaves bin k
-    // The last radix-4 pass's twiddles (those of its butterflies p = 0 and 1), which every block
-    // of 8 points shares, in every lane.
-    alignas(16) FftLanes last_pass_twiddles[2][3];
+    // The last radix-4 pass's twiddles, those of its butterfly p = 1 (for p = 0 they are 1),
+    // which every block of 8 points shares, in every lane.
+    alignas(16) FftLanes last_pass_twiddles[3];
 };
 
 // Builds the plan at the first 16-byte boundary of region; null when it does not fit.
