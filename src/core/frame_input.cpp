@@ -28,7 +28,10 @@ void InputBlock_Append(const int16_t* microphone_input, int16_t (&dump_block)[kM
         const Samples8 odd = __builtin_shufflevector(early, late, 4, 12, 5, 13, 6, 14, 7, 15);
         const Samples8 raw[2] = {__builtin_shufflevector(even, odd, 0, 8, 1, 9, 2, 10, 3, 11),
                                  __builtin_shufflevector(even, odd, 4, 12, 5, 13, 6, 14, 7, 15)};
-        for (uint32_t c = 0; c < kMicNum; ++c) std::memcpy(&dump_block[c][n], &raw[c / 2][4 * (c % 2)], sizeof(Samples4));
+        for (uint32_t c = 0; c < kMicNum; ++c) {
+            const auto* half = reinterpret_cast<const unsigned char*>(&raw[c / 2]) + (c % 2) * sizeof(Samples4);
+            std::memcpy(&dump_block[c][n], half, sizeof(Samples4));
+        }
         F4 channel[kMicNum];
         Transpose(ToFloat(__builtin_shufflevector(early, early, 0, 1, 2, 3)) / kSampleFullScale,
                   ToFloat(__builtin_shufflevector(early, early, 4, 5, 6, 7)) / kSampleFullScale,
