@@ -2,7 +2,6 @@
 #include "phat_lanes.h"
 
 #include <cmath>
-#include <cstring>
 
 #include "../common/simd4.h"
 #include "gcc_phat_internal.h"
@@ -66,8 +65,8 @@ void PhatCorrelation_Compute(const Frames& frames, RealFftPlan* plan) {
     RealFft_InverseTransform(plan);
 }
 
-// Two passes instead of one serial search: the extreme values first, four independent running
-// maxima and minima per lane; then the first index holding each, in index order, stopping as
+// Two passes instead of one serial search: the extreme values first, with separate running
+// maxima and minima for the even and odd indices; then the first index holding each, in index order, stopping as
 // soon as every lane has both. Equal values (both zeros included) count as the same, so the
 // index found is the one a serial search with strict comparisons keeps, and the value reported
 // is the one stored there, with its sign. The first pass also sums the values, for the bounds
