@@ -76,22 +76,16 @@ ButterflyTwiddles Splatted(const float* w) {
     x[p + 3 * q] = AddRotated<false>(s1, s3);
 }
 
-// The same for p = 0, whose twiddles are all 1: without the multiplications.
-[[gnu::always_inline]] inline void Radix4DifFirst(FftLanes* x, int q) {
+// Either of them for p = 0, whose twiddles are all 1: without the multiplications, the two
+// differ only in the direction of the quarter turns.
+template <bool kInverse>
+[[gnu::always_inline]] inline void Radix4Untwiddled(FftLanes* x, int q) {
     const FftLanes a0 = x[0], a1 = x[q], a2 = x[2 * q], a3 = x[3 * q];
     const FftLanes t0 = Add(a0, a2), t1 = Sub(a0, a2), t2 = Add(a1, a3), t3 = Sub(a1, a3);
     x[0] = Add(t0, t2);
-    x[q] = AddRotated<false>(t1, t3);
+    x[q] = AddRotated<kInverse>(t1, t3);
     x[2 * q] = Sub(t0, t2);
-    x[3 * q] = AddRotated<true>(t1, t3);
-}
-[[gnu::always_inline]] inline void Radix4DitFirst(FftLanes* x, int q) {
-    const FftLanes y0 = x[0], y1 = x[q], y2 = x[2 * q], y3 = x[3 * q];
-    const FftLanes s0 = Add(y0, y2), s1 = Sub(y0, y2), s2 = Add(y1, y3), s3 = Sub(y1, y3);
-    x[0] = Add(s0, s2);
-    x[q] = AddRotated<true>(s1, s3);
-    x[2 * q] = Sub(s0, s2);
-    x[3 * q] = AddRotated<false>(s1, s3);
+    x[3 * q] = AddRotated<!kInverse>(t1, t3);
 }
 
 inline void Radix2(FftLanes* x) {
@@ -110,13 +104,7 @@ const float* PassTwiddles(const RealFftPlan* plan, int q) {
 // disjoint points, so their order does not matter.
 template <bool kInverse>
 void Radix4Pass(FftLanes* data, const float* twiddles, int q) {
-    for (int block = 0; block < kHalfFftSize; block += 4 * q) {
-        if (kInverse) {
-            Radix4DitFirst(data + block, q);
-        } else {
-            Radix4DifFirst(data + block, q);
-        }
-    }
+    for (int block = 0; block < kHalfFftSize; block += 4 * q) Radix4Untwiddled<kInverse>(data + block, q);
     for (int p = 1; p < q; ++p) {
         const ButterflyTwiddles w = Splatted(twiddles + 6 * p);
         for (int block = 0; block < kHalfFftSize; block += 4 * q) {
@@ -139,7 +127,7 @@ void ForwardTransform(RealFftPlan* plan) {
     for (int block = 0; block < kHalfFftSize; block += 8) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
-        Radix4DifFirst(x, 2);
+        Radix4Untwiddled<false>(x, 2);
         Radix4Dif(x, 1, 2, w);
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
@@ -155,7 +143,7 @@ void InverseTransform(RealFftPlan* plan) {
         FftLanes x[8];
         for (int i = 0; i < 8; ++i) x[i] = data[block + i];
         for (int i = 0; i < 8; i += 2) Radix2(x + i);
-        Radix4DitFirst(x, 2);
+        Radix4Untwiddled<true>(x, 2);
         Radix4Dit(x, 1, 2, w);
         for (int i = 0; i < 8; ++i) data[block + i] = x[i];
     }
