@@ -69,13 +69,15 @@ typedef struct EzoSslSrpSetup {
  * confidence: the steered response power at the reported direction divided by its largest
  * possible value, clipped to 0..1. Each frame adds, for each of the six pairs and each bin of
  * the band, the cross-spectrum whitened by its magnitude to the power 3/4 and weighted by the
- * frame's band energy (for a collinear array: by how far that energy rises above the decaying
- * mean of the recent frames', halved each frame); the steered power sums the real parts of
- * these terms, phase-aligned to the direction (less 0.3 times the part a diffuse field would
- * add; for a collinear array each pair weighted by the square of its span over the widest
- * span), and its largest possible value is the same weighted sum of their magnitudes. 1 means every pair, frequency and frame agrees with one
- * plane wave from there; incoherent noise gives values near 0 (below 0.1 for a period of 32
- * blocks).
+ * power of the four microphones in that bin (for a collinear array: every bin by how far the
+ * frame's band energy rises above the decaying mean of the recent frames', halved each frame).
+ * When the period closes, each pair's sum in each bin is scaled by its coherence (its magnitude
+ * over the sum of its terms' magnitudes); the steered power sums the real parts of these sums,
+ * phase-aligned to the direction (less 0.3 times the part a diffuse field would add; for a
+ * collinear array each pair weighted by the square of its span over the widest span), and its
+ * largest possible value is the same weighted sum of their terms' magnitudes. 1 means every
+ * pair, frequency and frame agrees with one plane wave from there; incoherent noise gives
+ * values near 0 (below 0.1 for a period of 32 blocks).
  *
  * level_dbfs: 10 log10 of the period's mean square sample (all channels, full scale 1.0),
  * floored at -100. */

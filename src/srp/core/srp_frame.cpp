@@ -1,6 +1,5 @@
 // Frames of 256 samples, hop 128, sine-windowed; per frame the cross-spectrum of each pair with
-// a partial phase transform, weighted by the frame's band energy so that loud frames outvote
-// quiet ones.
+// a partial phase transform, weighted by energy so that loud bins and frames outvote quiet ones.
 #include "srp_frame.h"
 
 #include <cmath>
@@ -71,8 +70,9 @@ void Whiten(Value* re, Value* im, Value* power) {
 }
 
 // Fills state->whitened_*[c] with the whitened spectrum of channel c in the band (re, im scaled
-// by |X|^(-3/4), and the |X|^(1/4) left); returns the channel's band energy. The loops are kept
-// apart so that the whitening vectorises: the energy's sum, in bin order, would not.
+// by |X|^(-3/4), and the |X|^(1/4) left) and adds its power to state->bin_weight; returns the
+// channel's band energy. The loops are kept apart so that the whitening vectorises: the energy's
+// sum, in bin order, would not.
 float WhitenChannel(SrpState* state, int c) {
     const float* spectrum = state->spectrum[c] + 2 * state->bin_low;
     float* re = state->whitened_re[c];
@@ -83,6 +83,7 @@ float WhitenChannel(SrpState* state, int c) {
         re[i] = spectrum[2 * i];
         im[i] = spectrum[2 * i + 1];
         magnitude[i] = re[i] * re[i] + im[i] * im[i];  // the power, for now
+        state->bin_weight[i] += magnitude[i];
     }
     float energy = 0.0f;
     for (uint32_t i = 0; i < bins; ++i) energy += magnitude[i];
@@ -106,14 +107,24 @@ float BlockMeanSquare(const int16_t* block) {
 
 }  // namespace
 
+// A planar array's bins each count by the power the four microphones hear in them, so that within
+// a frame the bins that carry the source outvote those holding only noise (a speech-band source
+// leaves most of the default band to the noise): on the accuracy grid this moved circular arrays
+// closer to the truth, most of all in reverberant rooms. A line's bins all count by its frame's
+// energy rise: weighting them by their own power moved its answers toward broadside.
 void Frame_Accumulate(SrpState* state, const int16_t* block) {
     state->level_sum += BlockMeanSquare(block);
     ChannelSpectra(state, block);
-    float weight = 0.0f;
-    for (int c = 0; c < kChannels; ++c) weight += WhitenChannel(state, c);
-    const float rise = weight - state->recent_energy;
-    state->recent_energy = kRecentEnergyDecay * state->recent_energy + (1.0f - kRecentEnergyDecay) * weight;
-    if (state->collinear) weight = rise > 0.0f ? rise : 0.0f;
+    float* weight = state->bin_weight;
+    std::memset(weight, 0, sizeof(state->bin_weight));
+    float energy = 0.0f;
+    for (int c = 0; c < kChannels; ++c) energy += WhitenChannel(state, c);
+    const float rise = energy - state->recent_energy;
+    state->recent_energy = kRecentEnergyDecay * state->recent_energy + (1.0f - kRecentEnergyDecay) * energy;
+    if (state->collinear) {
+        const float frame_weight = rise > 0.0f ? rise : 0.0f;
+        for (uint32_t i = 0; i < state->bin_count; ++i) weight[i] = frame_weight;
+    }
     for (int p = 0; p < kPairs; ++p) {
         const int first = kPairMics[p][0], second = kPairMics[p][1];
         const float* are = state->whitened_re[first];
@@ -125,10 +136,10 @@ void Frame_Accumulate(SrpState* state, const int16_t* block) {
         float* magnitude = state->magnitude[p];
         float(*sum)[2] = state->cross[p];
         for (uint32_t i = 0; i < state->bin_count; ++i) {
-            magnitude[i] += weight * am[i] * bm[i];
+            magnitude[i] += weight[i] * am[i] * bm[i];
             // a * conj(b): its phase is the delay of the second microphone behind the first.
-            sum[i][0] += weight * (are[i] * bre[i] + aim[i] * bim[i]);
-            sum[i][1] += weight * (aim[i] * bre[i] - are[i] * bim[i]);
+            sum[i][0] += weight[i] * (are[i] * bre[i] + aim[i] * bim[i]);
+            sum[i][1] += weight[i] * (aim[i] * bre[i] - are[i] * bim[i]);
         }
     }
     state->blocks += 1;

@@ -51,6 +51,7 @@ struct SrpState {
     float whitened_re[kChannels][kBins];  // spectra of the current frame, partially whitened
     float whitened_im[kChannels][kBins];
     float whitened_magnitude[kChannels][kBins];
+    float bin_weight[kBins];  // what each bin of the current frame adds to the period: see Frame_Accumulate
 
     float diffuse_coherence[kPairs][kBins];  // of each pair in a diffuse field: sin(x) / x
     float phase_table[kMaxPhaseTable];  // cos(2 pi i / (256 * lag_upsampling))

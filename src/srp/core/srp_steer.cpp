@@ -3,6 +3,8 @@
 // which costs far less than steering the spectra of all pairs to 360 directions.
 #include "srp_steer.h"
 
+#include <cmath>
+
 #include "srp_geometry.h"
 
 namespace ezossl::srp {
@@ -14,6 +16,24 @@ namespace {
 // accuracy grid (a larger share helps lines in reverberant rooms but bends anechoic answers
 // near the ends of the line).
 constexpr float kDiffuseShare = 0.3f;
+
+// Each bin of a pair counts by its coherence over the period: the length of its summed
+// cross-spectrum over the sum of its terms' lengths, near 1 where the source kept one phase
+// and small where noise or reverberation turned it from frame to frame. Scales the pair's
+// period sums in place (they are cleared once the period is steered), so that the confidence
+// compares the peak with the same weighted sums. On the accuracy grid it brought every geometry
+// closer to the truth, lines in rooms most.
+void WeightByCoherence(SrpState* state, int p) {
+    float(*cross)[2] = state->cross[p];
+    float* magnitude = state->magnitude[p];
+    for (uint32_t i = 0; i < state->bin_count; ++i) {
+        if (!(magnitude[i] > 0.0f)) continue;
+        const float coherence = std::sqrt(cross[i][0] * cross[i][0] + cross[i][1] * cross[i][1]) / magnitude[i];
+        cross[i][0] *= coherence;
+        cross[i][1] *= coherence;
+        magnitude[i] *= coherence;
+    }
+}
 
 // sum over the band of re(cross[k] * exp(i 2 pi k m / table_size)), for m around lag 0, after
 // the expected diffuse part is taken out.
@@ -61,7 +81,10 @@ double ParabolaOffset(float left, float centre, float right) {
 }  // namespace
 
 SteeredPeak Steer_FindPeak(SrpState* state) {
-    for (int p = 0; p < kPairs; ++p) PairCorrelation(state, p);
+    for (int p = 0; p < kPairs; ++p) {
+        WeightByCoherence(state, p);
+        PairCorrelation(state, p);
+    }
     const int points = static_cast<int>(state->grid_points);
     int best = 0;
     for (int g = 0; g < points; ++g) {
