@@ -16,12 +16,6 @@ namespace {
 using ezossl::FftState;
 constexpr int kN = 256;
 
-TEST(WindowTables, HoldTheFirstHalfOfThePeriodicSineWindow) {
-    for (int i = 0; i <= kN / 2; ++i) {
-        EXPECT_EQ(ezossl::FloatingFftInWindow256[i], static_cast<float>(std::sin(M_PI * i / kN))) << i;
-    }
-}
-
 TEST(WindowTables, ApplyReadsTheHalfTableForwardsThenBackwards) {
     float frame[kN];
     for (int mode : {0, 1}) {
