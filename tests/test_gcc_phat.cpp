@@ -46,6 +46,13 @@ TEST(CorrelationKernels, ExtremesKeepTheFirstOfEqualValues) {
     EXPECT_EQ(flat.max_index[2], 0);
     EXPECT_EQ(flat.min_index[2], 0);
     EXPECT_TRUE(std::signbit(flat.max_value[2])) << "the value found first, with its sign";
+    // A NaN and an infinity (only a corrupted handle has them): the index-by-index answer.
+    for (int j = 0; j < 256; ++j) SetCorrelation(plan, j, static_cast<float>(j % 5 + 1));
+    SetCorrelation(plan, 127, std::nanf(""));  // the last value the first pass sees
+    SetCorrelation(plan, 200, INFINITY);
+    const ezossl::PairExtremes odd = ezossl::Correlation_Extremes(plan);
+    EXPECT_EQ(odd.max_index[3], 200);
+    EXPECT_EQ(odd.min_index[3], 0);
 }
 
 TEST(CorrelationKernels, LiftedSumBoundsHoldTheSumInOrder) {

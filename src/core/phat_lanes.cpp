@@ -2,6 +2,7 @@
 #include "phat_lanes.h"
 
 #include <cmath>
+#include <limits>
 
 #include "../common/simd4.h"
 #include "gcc_phat_internal.h"
@@ -37,6 +38,26 @@ FourBins PhaseWeighed(const FourBins& bins) {
 
 // Correlation index j of every lane, as Correlation_At reads it: pair m holds indices 2m, 2m + 1.
 const FftLanes& CorrelationPair(const FftLanes* data, int m) { return data[(m + kHalfFftSize / 2) % kHalfFftSize]; }
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// The plain search, index by index with strict comparisons, for correlations holding an
+// infinity or NaN (only a corrupted handle can give them), where the vector search's equal
+// values need not exist. The lifted-sum bounds then leave the threshold test to the exact sum.
+void SerialExtremes(const RealFftPlan* plan, PairExtremes* out) {
+    for (int l = 0; l < kFftLanes; ++l) {
+        const auto at = [&](int j) { return Correlation_At(plan, j)[l]; };
+        int high = 0, low = 0;
+        for (int j = 1; j < kRealFftSize; ++j) {
+            if (at(j) > at(high)) high = j;
+            if (at(j) < at(low)) low = j;
+        }
+        out->max_index[l] = high, out->max_value[l] = at(high);
+        out->min_index[l] = low, out->min_value[l] = at(low);
+        out->lifted_sum_low[l] = 0.0f;
+        out->lifted_sum_high[l] = kInfinity;
+    }
+}
 
 }  // namespace
 
@@ -76,16 +97,21 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     F4 high[2] = {data[0].re, data[0].im};
     F4 low[2] = {high[0], high[1]};
     F4 sum[4] = {};  // four running sums, so that no addition waits for the one before
+    I4 non_finite = {};  // v - v is 0 for finite v, NaN for infinities and NaN
     for (int n = 0; n < kHalfFftSize; n += 2) {
         const FftLanes& a = data[n];
         const FftLanes& b = data[n + 1];
         high[0] = Max(Max(high[0], a.re), b.re), high[1] = Max(Max(high[1], a.im), b.im);
         low[0] = Min(Min(low[0], a.re), b.re), low[1] = Min(Min(low[1], a.im), b.im);
         sum[0] += a.re, sum[1] += a.im, sum[2] += b.re, sum[3] += b.im;
+        non_finite |= ((a.re - a.re) != 0.0f) | ((a.im - a.im) != 0.0f) | ((b.re - b.re) != 0.0f) | ((b.im - b.im) != 0.0f);
+    }
+    PairExtremes extremes;
+    if (AnyLane(non_finite)) {
+        SerialExtremes(plan, &extremes);
+        return extremes;
     }
     const F4 max_value = Max(high[0], high[1]), min_value = Min(low[0], low[1]);
-
-    PairExtremes extremes;
     I4 max_pending = I4{} == 0, min_pending = max_pending;
     for (int m = 0; m < kHalfFftSize && AnyLane(max_pending | min_pending); ++m) {
         const FftLanes& pair = CorrelationPair(data, m);
@@ -114,16 +140,18 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     // which lies within u of sum(v) - 256 floor; the sum of v computed here is within
     // (n - 1) u sum|v| of its exact value, and sum|v| is at most 256 times the larger extreme.
     // The bounds are wider than all of that together by a factor of five, and by the rounding
-    // of their own arithmetic.
+    // of their own arithmetic; beyond the float range they are the largest float and infinity.
     constexpr double kRelativeMargin = 1e-4;
+    constexpr double kLargestFloat = std::numeric_limits<float>::max();
     const F4 total = (sum[0] + sum[1]) + (sum[2] + sum[3]);
     for (int l = 0; l < kFftLanes; ++l) {
         const double floor = extremes.min_value[l];
         const double lifted = static_cast<double>(total[l]) - kFrameLength * floor;
         const double largest = std::fmax(std::fabs(floor), std::fabs(static_cast<double>(extremes.max_value[l])));
         const double spread = kRelativeMargin * (kFrameLength * largest + std::fabs(lifted));
-        extremes.lifted_sum_low[l] = lifted - spread > 0.0 ? static_cast<float>(lifted - spread) : 0.0f;
-        extremes.lifted_sum_high[l] = static_cast<float>(lifted + spread);
+        const double lowest = std::fmin(lifted - spread, kLargestFloat), highest = lifted + spread;
+        extremes.lifted_sum_low[l] = lowest > 0.0 ? static_cast<float>(lowest) : 0.0f;
+        extremes.lifted_sum_high[l] = highest <= kLargestFloat ? static_cast<float>(highest) : kInfinity;
     }
     return extremes;
 }
