@@ -140,7 +140,8 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     // which lies within u of sum(v) - 256 floor; the sum of v computed here is within
     // (n - 1) u sum|v| of its exact value, and sum|v| is at most 256 times the larger extreme.
     // The bounds are wider than all of that together by a factor of five, and by the rounding
-    // of their own arithmetic; beyond the float range they are the largest float and infinity.
+    // of their own arithmetic; beyond the float range they are 0 and infinity, which leaves the
+    // test to the exact sum.
     constexpr double kRelativeMargin = 1e-4;
     constexpr double kLargestFloat = std::numeric_limits<float>::max();
     const F4 total = (sum[0] + sum[1]) + (sum[2] + sum[3]);
@@ -149,9 +150,10 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
         const double lifted = static_cast<double>(total[l]) - kFrameLength * floor;
         const double largest = std::fmax(std::fabs(floor), std::fabs(static_cast<double>(extremes.max_value[l])));
         const double spread = kRelativeMargin * (kFrameLength * largest + std::fabs(lifted));
-        const double lowest = std::fmin(lifted - spread, kLargestFloat), highest = lifted + spread;
-        extremes.lifted_sum_low[l] = lowest > 0.0 ? static_cast<float>(lowest) : 0.0f;
-        extremes.lifted_sum_high[l] = highest <= kLargestFloat ? static_cast<float>(highest) : kInfinity;
+        const double lowest = lifted - spread, highest = lifted + spread;
+        const bool in_range = highest <= kLargestFloat;  // false for a sum that overflowed, too
+        extremes.lifted_sum_low[l] = in_range && lowest > 0.0 ? static_cast<float>(lowest) : 0.0f;
+        extremes.lifted_sum_high[l] = in_range ? static_cast<float>(highest) : kInfinity;
     }
     return extremes;
 }
