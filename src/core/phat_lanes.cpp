@@ -97,17 +97,18 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     F4 high[2] = {data[0].re, data[0].im};
     F4 low[2] = {high[0], high[1]};
     F4 sum[4] = {};  // four running sums, so that no addition waits for the one before
-    I4 non_finite = {};  // v - v is 0 for finite v, NaN for infinities and NaN
     for (int n = 0; n < kHalfFftSize; n += 2) {
         const FftLanes& a = data[n];
         const FftLanes& b = data[n + 1];
         high[0] = Max(Max(high[0], a.re), b.re), high[1] = Max(Max(high[1], a.im), b.im);
         low[0] = Min(Min(low[0], a.re), b.re), low[1] = Min(Min(low[1], a.im), b.im);
         sum[0] += a.re, sum[1] += a.im, sum[2] += b.re, sum[3] += b.im;
-        non_finite |= ((a.re - a.re) != 0.0f) | ((a.im - a.im) != 0.0f) | ((b.re - b.re) != 0.0f) | ((b.im - b.im) != 0.0f);
     }
+    // An infinity or NaN anywhere makes the lane's sum one too (as does a sum that overflows):
+    // x - x is then NaN instead of 0.
+    const F4 total = (sum[0] + sum[1]) + (sum[2] + sum[3]);
     PairExtremes extremes;
-    if (AnyLane(non_finite)) {
+    if (AnyLane((total - total) != 0.0f)) {
         SerialExtremes(plan, &extremes);
         return extremes;
     }
@@ -144,7 +145,6 @@ PairExtremes Correlation_Extremes(const RealFftPlan* plan) {
     // test to the exact sum.
     constexpr double kRelativeMargin = 1e-4;
     constexpr double kLargestFloat = std::numeric_limits<float>::max();
-    const F4 total = (sum[0] + sum[1]) + (sum[2] + sum[3]);
     for (int l = 0; l < kFftLanes; ++l) {
         const double floor = extremes.min_value[l];
         const double lifted = static_cast<double>(total[l]) - kFrameLength * floor;
